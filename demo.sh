@@ -1,0 +1,24 @@
+#!/bin/bash
+# Builds the filter, writes a small multi-page sample raster with libcups,
+# runs the filter on it and lists the packets it sends to the printer.
+set -euo pipefail
+source "$(dirname "$0")/scripts/common.sh"
+korvo_install_packages
+korvo_build -DKORVO_BUILD_TESTS=OFF
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+"$KORVO_BUILD/tools/korvo-sample-raster" "$work/sample.ras" 3
+
+# The four shipped models wait for the printer's status over the back
+# channel; without a printer the demo uses a copy of the R27 PPD whose model
+# name is not polled.
+sed 's/^\*ModelName:.*/*ModelName: "R27 demo"/' "$KORVO_BUILD/ppd/korvr27.ppd" > "$work/demo.ppd"
+
+echo "== rastertokorvoppli 1 demo sample 1 'Occurrence=EveryPage PostAction=TearOff' sample.ras"
+PPD="$work/demo.ppd" "$KORVO_BUILD/rastertokorvoppli/rastertokorvoppli" 1 demo sample 1 \
+    "Occurrence=EveryPage PostAction=TearOff" "$work/sample.ras" \
+    > "$work/stream.bin" 2> "$work/filter.log" 3<>/dev/null 4<>/dev/null
+grep -E '^(INFO|STATE|ERROR)' "$work/filter.log" || true
+echo "== korvo-decode stream.bin"
+"$KORVO_BUILD/tools/korvo-decode" "$work/stream.bin"

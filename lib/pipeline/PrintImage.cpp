@@ -1,0 +1,3 @@
+#include "printer/KorvoPrinter.h"
+
+void KorvoPrinter::printImage(const unsigned char*, size_t, size_t, size_t) {}

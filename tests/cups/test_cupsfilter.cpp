@@ -1,0 +1,102 @@
+// A PDF through the real CUPS chain: cupsfilter runs pdftopdf, gstoraster
+// and the built filter, named by absolute path in a copy of a shipped PPD
+// whose model is not polled (cupsfilter gives the filter /dev/null as back
+// and side channel).
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "FilterProcess.h"
+#include "StreamWords.h"
+#include "korvostream/KorvoStream.h"
+
+using namespace korvotest;
+
+namespace {
+
+// Three A4 pages, each with a black frame and a gray bar.
+const char* const kDocument = R"PS(%!PS
+/page { newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath
+        8 setlinewidth 0 setgray stroke
+        0.5 setgray 100 400 300 60 rectfill showpage } def
+page page page
+)PS";
+
+int shell(const std::string& command)
+{
+    const int status = system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string replaceLine(const std::string& text, const std::string& key, const std::string& line)
+{
+    std::string result;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        end = end == std::string::npos ? text.size() : end + 1;
+        const std::string current = text.substr(start, end - start);
+        result += current.rfind(key, 0) == 0 ? line + "\n" : current;
+        start = end;
+    }
+    return result;
+}
+
+class CupsFilterChain : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (shell("command -v cupsfilter gs >/dev/null") != 0) {
+            GTEST_SKIP() << "cupsfilter or ghostscript is not installed";
+        }
+        // cupsfilter runs only filters that are root-owned and not writable by
+        // others; the filter runs the test build so that its page captures go
+        // to this directory, not to the spooler's.
+        const std::string wrapper = dir.file("rastertokorvoppli");
+        const std::string script = "#!/bin/sh\nKORVO_TEST_CAPTURE_DIR='" + dir.path() + "' exec '" +
+                                   seamsFilter() + "' \"$@\"\n";
+        writeFile(wrapper, std::vector<uint8_t>(script.begin(), script.end()));
+        chmod(wrapper.c_str(), 0755);
+
+        const std::vector<uint8_t> shipped = readFile(builtPpd("korvr27.ppd"));
+        std::string ppd(shipped.begin(), shipped.end());
+        ppd = replaceLine(ppd, "*ModelName:", "*ModelName: \"CUPSTEST\"");
+        ppd = replaceLine(ppd, "*cupsFilter2:",
+                          "*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 " + wrapper +
+                              "\"");
+        writeFile(dir.file("test.ppd"), std::vector<uint8_t>(ppd.begin(), ppd.end()));
+
+        writeFile(dir.file("doc.ps"), std::vector<uint8_t>(kDocument, kDocument + strlen(kDocument)));
+        ASSERT_EQ(shell("gs -q -dNOPAUSE -dBATCH -dSAFER -sDEVICE=pdfwrite -sOutputFile='" + dir.file("doc.pdf") +
+                        "' '" + dir.file("doc.ps") + "'"),
+                  0);
+    }
+
+    std::vector<uint8_t> print(const std::string& options)
+    {
+        const std::string command = "cupsfilter -p '" + dir.file("test.ppd") + "' -e -m printer/korvo " + options +
+                                    " '" + dir.file("doc.pdf") + "' > '" + dir.file("out") + "' 2> '" +
+                                    dir.file("err") + "'";
+        EXPECT_EQ(shell(command), 0) << command;
+        return readFile(dir.file("out"));
+    }
+
+    TempDir dir;
+};
+
+TEST_F(CupsFilterChain, ThreePagePdfGivesThePacketsOfTheJob)
+{
+    const std::vector<uint8_t> out = print("-o Occurrence=EveryPage -o PostAction=Cut -o Darkness=Dark");
+    const std::string page = "NUL*64 PC0 DENSITY15 PC1 PC0 ";
+    EXPECT_EQ(joinWords(controlWords(out)),
+              page + "FEED3,0 CUT PC1 " + page + "FEED4,0 FEED3,0 CUT PC1 " + page + "FEED4,0 FEED3,0 CUT PC1 PC0 PC1");
+    const std::vector<uint8_t> errors = readFile(dir.file("err"));
+    const std::string err(errors.begin(), errors.end());
+    EXPECT_EQ(err.find("ERROR"), std::string::npos) << err;
+}
+
+}  // namespace

@@ -1,0 +1,102 @@
+// The shipped PPDs: accepted by cupstestppd, with the model names the
+// status wait compares and the options the filter reads.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "FilterProcess.h"
+
+using namespace korvotest;
+
+namespace {
+
+std::string commandOutput(const std::string& command, int* status)
+{
+    std::string output;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    char buffer[4096];
+    size_t count = 0;
+    while (pipe != nullptr && (count = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
+        output.append(buffer, count);
+    }
+    *status = pipe != nullptr ? pclose(pipe) : -1;
+    return output;
+}
+
+std::string ppdText(const std::string& file)
+{
+    const std::vector<uint8_t> bytes = readFile(builtPpd(file));
+    return std::string(bytes.begin(), bytes.end());
+}
+
+struct ShippedModel {
+    const char* file;
+    const char* modelName;
+    const char* defaultHalftone;
+    bool stencil;
+};
+
+const ShippedModel kModels[] = {
+    {"korvr27.ppd", "R27", "None", false},
+    {"korv315.ppd", "V315", "None", false},
+    {"korvk5.ppd", "K5", "Tattoo", true},
+    {"korvq6.ppd", "Q6", "Tattoo_Q6", true},
+};
+
+class ShippedPpd : public ::testing::TestWithParam<ShippedModel> {};
+
+TEST_P(ShippedPpd, PassesCupstestppd)
+{
+    int status = 0;
+    const std::string output = commandOutput("cupstestppd -W filters " + builtPpd(GetParam().file), &status);
+    EXPECT_EQ(status, 0) << output;
+    EXPECT_NE(output.find("PASS"), std::string::npos) << output;
+}
+
+TEST_P(ShippedPpd, DeclaresWhatTheFilterReads)
+{
+    const ShippedModel& model = GetParam();
+    const std::string text = ppdText(model.file);
+    EXPECT_NE(text.find("*Manufacturer: \"Korvo\""), std::string::npos);
+    EXPECT_NE(text.find(std::string("*ModelName: \"") + model.modelName + "\"\n"), std::string::npos);
+    EXPECT_NE(text.find("*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 "
+                        "rastertokorvoppli\""),
+              std::string::npos);
+    EXPECT_NE(text.find("*cupsManualCopies: True"), std::string::npos);
+    EXPECT_NE(text.find("cupsColorSpace 3"), std::string::npos);
+    EXPECT_NE(text.find("cupsBitsPerColor 8"), std::string::npos);
+    EXPECT_NE(text.find(std::string("*DefaultHalftoneType: ") + model.defaultHalftone + "\n"), std::string::npos);
+    for (const char* size : {"*PageSize A4", "*PageSize Letter", "*PageSize Tattoo_A5", "*PageSize Tattoo_A6",
+                             "*CustomPageSize True"}) {
+        EXPECT_NE(text.find(size), std::string::npos) << size;
+    }
+    for (const char* choice : {"*HalftoneType None", "*HalftoneType FloydSteinberg", "*HalftoneType Ordered",
+                               "*HalftoneType Burkes", "*HalftoneType Stucki", "*HalftoneType JarvisJudiceNinke",
+                               "*HalftoneType Sierra", "*HalftoneType StevensonArce", "*HalftoneType Tattoo/",
+                               "*HalftoneType Tattoo_Q6", "*PaperType LabelMark", "*PostAction TearOff",
+                               "*PostAction Cut", "*PostAction None", "*Occurrence EveryPage", "*Occurrence AfterJob",
+                               "*Origin Rotation180", "*MirrorImage True", "*NegativeImage True", "*Darkness Light",
+                               "*Darkness Middle", "*Darkness Dark", "*Brightness -100", "*Brightness 100",
+                               "*Contrast -100", "*Contrast 100", "*MediaMethod", "*GapsHeight"}) {
+        EXPECT_NE(text.find(choice), std::string::npos) << choice;
+    }
+    // The mere presence of AntiWrinkle makes the filter feed before each
+    // image, so only the stencil printers have it.
+    EXPECT_EQ(text.find("*OpenUI *AntiWrinkle") != std::string::npos, model.stencil);
+    if (model.stencil) {
+        EXPECT_NE(text.find("*AntiWrinkle 5"), std::string::npos);
+        EXPECT_NE(text.find("*Resolution 300dpi"), std::string::npos);
+        EXPECT_EQ(text.find("*Resolution 203dpi"), std::string::npos);
+    } else {
+        EXPECT_NE(text.find("*Resolution 203dpi"), std::string::npos);
+        EXPECT_NE(text.find("*Resolution 300dpi"), std::string::npos);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllModels, ShippedPpd, ::testing::ValuesIn(kModels),
+                         [](const ::testing::TestParamInfo<ShippedModel>& info) {
+                             return std::string(info.param.modelName);
+                         });
+
+}  // namespace

@@ -1,0 +1,70 @@
+// korvo-decode: lists the packets of a printer byte stream, one per line.
+//
+//   korvo-decode STREAM      (STREAM "-" reads standard input)
+//
+// Each line: byte offset, command name, sub-command and the payload in
+// words. Framing errors are reported with their byte offset and make the
+// exit status 1.
+
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "korvostream/KorvoStream.h"
+
+namespace {
+
+bool readAll(const char* path, std::vector<uint8_t>& bytes)
+{
+    FILE* file = strcmp(path, "-") == 0 ? stdin : fopen(path, "rb");
+    if (file == nullptr) {
+        return false;
+    }
+    uint8_t chunk[65536];
+    size_t count = 0;
+    while ((count = fread(chunk, 1, sizeof(chunk), file)) > 0) {
+        bytes.insert(bytes.end(), chunk, chunk + count);
+    }
+    const bool ok = ferror(file) == 0;
+    if (file != stdin) {
+        fclose(file);
+    }
+    return ok;
+}
+
+void listItems(const korvostream::Stream& stream)
+{
+    size_t rowBytes = 0;
+    for (const korvostream::Item& item : stream.items) {
+        if (item.isNulRun) {
+            printf("%08zu  NUL x%zu\n", item.offset, item.nulCount);
+            continue;
+        }
+        if (item.is(korvostream::Command::PrintArea) && item.payload.size() == 4) {
+            rowBytes = (item.payload[2] | (item.payload[3] << 8)) / 8;
+        }
+        printf("%08zu  %-12s sub=%02X  %s\n", item.offset, korvostream::commandName(item.command),
+               item.subCommand, korvostream::describePayload(item, rowBytes).c_str());
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[])
+{
+    if (argc != 2) {
+        fprintf(stderr, "Usage: %s STREAM\n", argv[0]);
+        return 2;
+    }
+    std::vector<uint8_t> bytes;
+    if (!readAll(argv[1], bytes)) {
+        fprintf(stderr, "%s: cannot read %s\n", argv[0], argv[1]);
+        return 1;
+    }
+    const korvostream::Stream stream = korvostream::parseStream(bytes);
+    listItems(stream);
+    for (const korvostream::FramingError& error : stream.errors) {
+        printf("%08zu  framing error: %s\n", error.offset, error.message.c_str());
+    }
+    return stream.errors.empty() ? 0 : 1;
+}
