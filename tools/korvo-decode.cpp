@@ -1,16 +1,19 @@
 // korvo-decode: lists the packets of a printer byte stream, one per line.
 //
-//   korvo-decode STREAM      (STREAM "-" reads standard input)
+//   korvo-decode [--png PREFIX] STREAM      (STREAM "-" reads standard input)
 //
 // Each line: byte offset, command name, sub-command and the payload in
 // words. Framing errors are reported with their byte offset and make the
-// exit status 1.
+// exit status 1. With --png, each printed page is also written as
+// PREFIX-N.png (N from 1), printed dots black on white.
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "korvostream/KorvoStream.h"
+#include "korvostream/PagePng.h"
 
 namespace {
 
@@ -48,21 +51,42 @@ void listItems(const korvostream::Stream& stream)
     }
 }
 
+bool writePictures(const korvostream::Stream& stream, const std::string& prefix)
+{
+    bool written = true;
+    int number = 0;
+    for (const korvostream::Page& page : korvostream::collectPages(stream)) {
+        const std::string path = prefix + "-" + std::to_string(++number) + ".png";
+        if (korvostream::writePagePng(page, path)) {
+            printf("page %d: %zu x %zu dots -> %s\n", number, page.rowBytes * 8, page.rows, path.c_str());
+        } else {
+            fprintf(stderr, "cannot write %s\n", path.c_str());
+            written = false;
+        }
+    }
+    return written;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[])
 {
-    if (argc != 2) {
-        fprintf(stderr, "Usage: %s STREAM\n", argv[0]);
+    const bool pictures = argc == 4 && strcmp(argv[1], "--png") == 0;
+    if (argc != 2 && !pictures) {
+        fprintf(stderr, "Usage: %s [--png PREFIX] STREAM\n", argv[0]);
         return 2;
     }
+    const char* path = argv[argc - 1];
     std::vector<uint8_t> bytes;
-    if (!readAll(argv[1], bytes)) {
-        fprintf(stderr, "%s: cannot read %s\n", argv[0], argv[1]);
+    if (!readAll(path, bytes)) {
+        fprintf(stderr, "%s: cannot read %s\n", argv[0], path);
         return 1;
     }
     const korvostream::Stream stream = korvostream::parseStream(bytes);
     listItems(stream);
+    if (pictures && !writePictures(stream, argv[2])) {
+        return 1;
+    }
     for (const korvostream::FramingError& error : stream.errors) {
         printf("%08zu  framing error: %s\n", error.offset, error.message.c_str());
     }

@@ -1,3 +1,121 @@
+#include <cstdlib>
+
+#include "common/KorvoLog.h"
+#include "pipeline/BlankLines.h"
 #include "printer/KorvoPrinter.h"
 
-void KorvoPrinter::printImage(const unsigned char*, size_t, size_t, size_t) {}
+namespace {
+
+// The blank edges measured for the log; they never change what is printed.
+struct BlankEdges {
+    size_t top = 0;
+    size_t bottom = 0;
+};
+
+constexpr unsigned char kMeasureBottom = 0x08;
+constexpr unsigned char kMeasureTop = 0x02;
+
+}  // namespace
+
+void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, size_t height, size_t width)
+{
+    korvoLogCommon(KORVO_LOG_DEBUG,
+                   "printImage: Start processing image, input width: %zu, height: %zu, bytes per line: %zu", width,
+                   height, bytesPerLine);
+    const size_t size = bytesPerLine * height;
+    // The work block is never used; failing to get it skips the page.
+    void* workBlock = malloc(size);
+    unsigned char* result = nullptr;
+    if (workBlock == nullptr) {
+        korvoLogCommon(KORVO_LOG_ERROR,
+                       "printImage: Memory allocation failed, unable to process image, exiting processing");
+    } else {
+        korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Memory allocated successfully, size: %zu bytes", size);
+        BlankEdges edges;
+        const unsigned char mask = getRemoveBlankEdges();
+        if (mask != 0) {
+            if (mask & kMeasureBottom) {
+                edges.bottom =
+                    korvoImageCountBlankLinesFromBack(rows, bytesPerLine, height, getSkipRightPixels(), width);
+                korvoLogCommon(KORVO_LOG_DEBUG,
+                               "printImage: Removal of bottom blank edges detected, number of bottom blank lines: %zu",
+                               edges.bottom);
+            }
+            if (mask & kMeasureTop) {
+                edges.top = korvoImageCountBlankLinesFromFront(rows, bytesPerLine, height, getSkipRightPixels(), width);
+                korvoLogCommon(KORVO_LOG_DEBUG,
+                               "printImage: Removal of top blank edges detected, number of top blank lines: %zu",
+                               edges.top);
+            }
+        }
+
+        setCaptureTemplate("origin_%d-%d-%d_%d_%d_%d_%ld.bmp");
+        korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Saving original image, file path will be generated based on time");
+        saveImage(rows, bytesPerLine, height, width, 8);
+
+        const size_t resultSize = 2 * size;
+        result = static_cast<unsigned char*>(malloc(resultSize));
+        if (result == nullptr) {
+            korvoLogCommon(KORVO_LOG_ERROR,
+                           "printImage: Memory allocation for processing result failed, unable to continue processing");
+        } else {
+            korvoLogCommon(KORVO_LOG_DEBUG,
+                           "printImage: Memory for processing result allocated successfully, size: %zu bytes", size);
+            PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
+                        static_cast<int32_t>(height), result, resultSize);
+            logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
+            printProcessedImage();
+        }
+    }
+
+    if (workBlock != nullptr) {
+        free(workBlock);
+        workBlock = nullptr;
+        korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Freed the allocated memory, address: %p", workBlock);
+    }
+    if (result != nullptr) {
+        korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Freed the memory for processing result, address: %p",
+                       static_cast<void*>(result));
+        free(result);
+    }
+    korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Image processing completed");
+}
+
+// The trimmed height and offset are reported only; the whole processed
+// image is printed.
+void KorvoPrinter::logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width,
+                                     size_t top, size_t bottom)
+{
+    const unsigned char* trimmed = result;
+    size_t adjustedHeight = height;
+    if (bottom > top) {
+        adjustedHeight = bottom - top;
+        trimmed = result + top * bytesPerLine;
+        korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Adjusted image height to %zu, pointer offset by %zu bytes",
+                       adjustedHeight, top * bytesPerLine);
+    }
+    // The values after "width:" and "bytes per line:" appear swapped in this
+    // line; diagnosis scripts read it as it is.
+    korvoLogCommon(KORVO_LOG_DEBUG,
+                   "printImage: Processed image information - pointer address: %lu, width: %zu, height: %zu, bytes "
+                   "per line: %zu, number of top blank lines: %zu, number of bottom blank lines: %zu, adjusted "
+                   "height: %zu",
+                   reinterpret_cast<unsigned long>(trimmed), bytesPerLine, height, width, top, bottom,
+                   adjustedHeight);
+}
+
+void KorvoPrinter::printProcessedImage()
+{
+    setCaptureTemplate("dithered_%d-%d-%d_%d_%d_%d_%ld.bmp");
+    korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Saving processed image, file path will be generated based on time");
+    if (pimage != nullptr) {
+        saveImage(pimage->GetBits(0), pimage->GetEffWidth(), static_cast<int32_t>(pimage->GetHeight()),
+                  static_cast<int32_t>(pimage->GetWidth()), 8);
+    }
+    korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Starting to print the processed image");
+    if (pimage == nullptr) {
+        korvoLogCommon(KORVO_LOG_ERROR, "printImage: pimage is NULL, unable to print the image");
+        return;
+    }
+    doPrintImage(pimage->GetBits(0), pimage->GetEffWidth(), pimage->GetHeight(), pimage->GetWidth());
+}

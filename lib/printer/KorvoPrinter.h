@@ -73,8 +73,10 @@ public:
 
     // Page pipeline: one call per raster page of 8-bit gray rows.
     void printImage(const unsigned char* rows, size_t bytesPerLine, size_t height, size_t width);
+    // Processes the page into pimage and copies the result into out, never
+    // more than outCapacity bytes.
     int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width,
-                    int32_t height, unsigned char* out);
+                    int32_t height, unsigned char* out, size_t outCapacity = SIZE_MAX);
     void EnableAntiWrink(DibImage& image);
     void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
                    unsigned long width, unsigned short bitsPerPixel);
@@ -102,7 +104,13 @@ protected:
 private:
     void copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride);
     void copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
-                             int32_t stride);
+                             int32_t stride, size_t outCapacity);
+    bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height,
+                                   unsigned char* out);
+    void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width,
+                           size_t top, size_t bottom);
+    void printProcessedImage();
+    // The capture file name: the capture directory, then the pattern.
     void setCaptureTemplate(const char* fileNamePattern);
 
     char capturePathTemplate_[1024];

@@ -1,0 +1,141 @@
+#include "pipeline/ImageCapture.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+#include "common/KorvoString.h"
+#include "printer/KorvoPrinter.h"
+
+int64_t page_index = 0;
+
+namespace {
+
+constexpr uint32_t kHeadersSize = 54;
+constexpr uint32_t kPalette8Size = 256 * 4;
+constexpr uint32_t kPalette1Size = 2 * 4;
+
+void put16(std::vector<uint8_t>& bytes, uint32_t value)
+{
+    bytes.push_back(static_cast<uint8_t>(value));
+    bytes.push_back(static_cast<uint8_t>(value >> 8));
+}
+
+void put32(std::vector<uint8_t>& bytes, uint32_t value)
+{
+    put16(bytes, value & 0xFFFF);
+    put16(bytes, value >> 16);
+}
+
+// File header, information header and palette of an uncompressed bottom-up
+// bitmap of 8 bits (gray ramp) or 1 bit (black, white).
+std::vector<uint8_t> bitmapHeaders(uint32_t width, uint32_t height, bool eightBits)
+{
+    const uint32_t rowBytes = eightBits ? width : (width + 7) / 8;
+    const uint32_t stride = (rowBytes + 3) / 4 * 4;
+    const uint32_t imageSize = stride * height;
+    const uint32_t pixelOffset = kHeadersSize + (eightBits ? kPalette8Size : kPalette1Size);
+    const uint32_t colours = eightBits ? 256 : 0;
+    std::vector<uint8_t> bytes;
+    put16(bytes, 0x4D42);
+    put32(bytes, pixelOffset + imageSize);
+    put16(bytes, 0);
+    put16(bytes, 0);
+    put32(bytes, pixelOffset);
+    put32(bytes, 40);
+    put32(bytes, width);
+    put32(bytes, height);
+    put16(bytes, 1);
+    put16(bytes, eightBits ? 8 : 1);
+    put32(bytes, 0);
+    put32(bytes, imageSize);
+    put32(bytes, 0);
+    put32(bytes, 0);
+    put32(bytes, colours);
+    put32(bytes, colours);
+    if (eightBits) {
+        for (uint32_t i = 0; i < 256; ++i) {
+            bytes.insert(bytes.end(), {static_cast<uint8_t>(i), static_cast<uint8_t>(i), static_cast<uint8_t>(i), 0});
+        }
+    } else {
+        bytes.insert(bytes.end(), {0, 0, 0, 0, 255, 255, 255, 0});
+    }
+    return bytes;
+}
+
+// 1-bit rows, bottom-up: a blank source byte becomes white (1), ink black.
+void writeOneBitRows(FILE* file, const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
+                     unsigned long width)
+{
+    const size_t stride = ((width + 7) / 8 + 3) / 4 * 4;
+    std::vector<uint8_t> row(std::max<size_t>(stride, (bytesPerLine + 7) / 8));
+    for (unsigned long out = 0; out < height; ++out) {
+        const unsigned char* source = data + bytesPerLine * (height - 1 - out);
+        std::fill(row.begin(), row.end(), 0);
+        for (unsigned long x = 0; x < bytesPerLine; ++x) {
+            if (source[x] == 0) {
+                row[x / 8] = static_cast<uint8_t>(row[x / 8] | (0x80 >> (x % 8)));
+            }
+        }
+        if (bytesPerLine % 8 != 0) {
+            row[bytesPerLine / 8] = static_cast<uint8_t>(row[bytesPerLine / 8] | (0xFF >> (bytesPerLine % 8)));
+        }
+        fwrite(row.data(), stride, 1, file);
+    }
+}
+
+// A new file only: captures hold users' documents, so they are private, never
+// replace an existing file and never follow a symbolic link.
+FILE* createCaptureFile(const char* path)
+{
+    const int fd = open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return nullptr;
+    }
+    FILE* file = fdopen(fd, "wb+");
+    if (file == nullptr) {
+        close(fd);
+    }
+    return file;
+}
+
+}  // namespace
+
+void KorvoPrinter::setCaptureTemplate(const char* fileNamePattern)
+{
+    const std::string pattern = captureDirectory_ + "/" + fileNamePattern;
+    korvoStrCpy(capturePathTemplate_, pattern.c_str(), sizeof(capturePathTemplate_));
+}
+
+void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
+                             unsigned long width, unsigned short bitsPerPixel)
+{
+    const time_t now = time(nullptr);
+    struct tm local;
+    localtime_r(&now, &local);
+    char path[sizeof(capturePathTemplate_) + 64];
+    snprintf(path, sizeof(path), capturePathTemplate_, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+             local.tm_hour, local.tm_min, local.tm_sec, static_cast<long>(page_index));
+    ++page_index;
+
+    FILE* file = createCaptureFile(path);
+    if (file == nullptr) {
+        fprintf(stderr, "KorvoPrinter::saveImage: unable to open the file %s\n", path);
+        return;
+    }
+    const bool eightBits = bitsPerPixel == 8;
+    const std::vector<uint8_t> headers =
+        bitmapHeaders(static_cast<uint32_t>(width), static_cast<uint32_t>(height), eightBits);
+    fwrite(headers.data(), headers.size(), 1, file);
+    if (eightBits) {
+        // The rows as they lie in memory, width bytes each, unpadded.
+        fwrite(data, width * height, 1, file);
+    } else {
+        writeOneBitRows(file, data, bytesPerLine, height, width);
+    }
+    fclose(file);
+}

@@ -1,0 +1,150 @@
+#include <algorithm>
+#include <cstring>
+
+#include "common/KorvoLog.h"
+#include "halv/halvDither.h"
+#include "printer/KorvoPrinter.h"
+
+namespace {
+
+bool isTattooType(DitherType type)
+{
+    return type == DITHER_TATTOO || type == DITHER_TATTOO_Q6;
+}
+
+}  // namespace
+
+int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width,
+                              int32_t height, unsigned char* out, size_t outCapacity)
+{
+    // The printer's own halftone type decides the path, not the argument.
+    const bool useTattoo = isTattooType(getHalftoneType());
+    setUseHalvDithering(useTattoo);
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: HALV dithering is %s", useTattoo ? "enabled" : "disabled");
+
+    if (!pageImage_.CreateFromArray(rows, static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8,
+                                    static_cast<uint32_t>(stride), false)) {
+        korvoLogCommon(KORVO_LOG_CRIT, "dibimage.CreateFromArray with grey failed!");
+        // The image pimage pointed at may already hold an earlier page's
+        // packed rows: never print it again.
+        pimage = nullptr;
+        return 0;
+    }
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Successfully created DibImage from array with stride %d", stride);
+
+    if (getBrightness() != 0 || getContrast() != 0) {
+        const int brightness = getBrightness() * 5;
+        const int contrast = getContrast() * 2;
+        pageImage_.Light(brightness, contrast);
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Adjusted brightness to %d and contrast to %d", brightness,
+                       contrast);
+    }
+    if (isRotate180Print()) {
+        pageImage_.Rotate180(nullptr);
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Rotated the image 180 degrees");
+    }
+    if (isMirrorPrint()) {
+        pageImage_.Mirror();
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Mirrored the image");
+    }
+
+    if (useTattoo) {
+        if (!halftoneWithTattooToolkit(getHalftoneType(), stride, width, height, out)) {
+            return 0;
+        }
+    } else {
+        // The type's number is the dither method, as the halftone choices
+        // have always printed.
+        pageImage_.Dither(static_cast<long>(type));
+        pageImage_.IncreaseBpp(8);
+        pimage = &pageImage_;
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Applied default dithering and increased bit depth");
+    }
+
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: negativePrint_ %d", isNegativePrint() ? 1 : 0);
+    if (isNegativePrint()) {
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Inverting the image for negative print");
+        pimage->Negative();
+    }
+    if (getAntiWrinkle() != 0) {
+        EnableAntiWrink(*pimage);
+    }
+
+    const int32_t finalStride = static_cast<int32_t>(pimage->GetEffWidth());
+    copyProcessedPixels(pimage, out, static_cast<int32_t>(pimage->GetWidth()),
+                        static_cast<int32_t>(pimage->GetHeight()), finalStride, outCapacity);
+    const int32_t length = static_cast<int32_t>(static_cast<uint32_t>(height) * static_cast<uint32_t>(finalStride));
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
+    return length;
+}
+
+// Halftones the page image with the tattoo toolkit into the halftone image.
+bool KorvoPrinter::halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height,
+                                             unsigned char* out)
+{
+    copyPixels(pageImage_, out, width, height, stride);
+    korvoLogCommon(KORVO_LOG_DEBUG,
+                   "PageProcess: Copied pixels to the output buffer for HALV dithering, with stride %d, EffWidth %d",
+                   stride, static_cast<int32_t>(pageImage_.GetEffWidth()));
+    bool loaded = false;
+    {
+        // The toolkit reads width x height bytes: rows width bytes apart.
+        HalvImage source(width, height, HALV_IMG_GRAY, out);
+        const HalvImage result = type == DITHER_TATTOO_Q6 ? halvTattooDitheringQ6(source) : halvTattooDithering(source);
+        const int32_t resultStride = (result.width + 3) / 4 * 4;
+        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Applied HALV dithering with stride %d, width %d", resultStride,
+                       width);
+        loaded = halftoneImage_.CreateFromArray(result.data, static_cast<uint32_t>(width),
+                                                static_cast<uint32_t>(height), 8, static_cast<uint32_t>(width), false);
+    }
+    if (!loaded) {
+        korvoLogCommon(KORVO_LOG_ERROR, "PageProcess: Failed to create a new DibImage from HALV dithered data");
+        return false;
+    }
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Successfully created a new DibImage from HALV dithered data");
+    pimage = &halftoneImage_;
+    return true;
+}
+
+// out[y * stride + x] = the image's index at (x, y): for the 8-bit page
+// image, its rows as they are.
+void KorvoPrinter::copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride)
+{
+    for (int32_t y = 0; y < height; ++y) {
+        unsigned char* line = out + static_cast<size_t>(y) * static_cast<size_t>(stride);
+        if (image.GetBpp() == 8) {
+            memcpy(line, image.GetBits(0) + static_cast<size_t>(y) * image.GetEffWidth(), static_cast<size_t>(width));
+            continue;
+        }
+        for (int32_t x = 0; x < width; ++x) {
+            line[x] = image.GetPixelIndex(x, y);
+        }
+    }
+}
+
+// The printer's byte convention for the output buffer: index 1 becomes 255,
+// then a negative page is complemented once more.
+void KorvoPrinter::copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
+                                       int32_t stride, size_t outCapacity)
+{
+    unsigned char convert[256];
+    for (int v = 0; v < 256; ++v) {
+        const unsigned char mapped = v == 1 ? 255 : static_cast<unsigned char>(v);
+        convert[v] = isNegativePrint() ? static_cast<unsigned char>(~mapped) : mapped;
+    }
+    for (int32_t y = 0; y < height; ++y) {
+        const size_t lineStart = static_cast<size_t>(y) * static_cast<size_t>(stride);
+        if (lineStart + static_cast<size_t>(width) > outCapacity) {
+            return;
+        }
+        unsigned char* line = out + lineStart;
+        if (image->GetBpp() == 8) {
+            const unsigned char* source = image->GetBits(0) + static_cast<size_t>(y) * image->GetEffWidth();
+            std::transform(source, source + width, line, [&convert](unsigned char v) { return convert[v]; });
+            continue;
+        }
+        for (int32_t x = 0; x < width; ++x) {
+            line[x] = convert[image->GetPixelIndex(x, y)];
+        }
+    }
+}
