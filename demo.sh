@@ -6,8 +6,8 @@ source "$(dirname "$0")/scripts/common.sh"
 korvo_install_packages
 korvo_build -DKORVO_BUILD_TESTS=OFF
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+work="$KORVO_ROOT/demo-output"
+mkdir -p "$work"
 "$KORVO_BUILD/tools/korvo-sample-raster" "$work/sample.ras" 3
 
 # The four shipped models wait for the printer's status over the back
@@ -20,5 +20,6 @@ PPD="$work/demo.ppd" "$KORVO_BUILD/rastertokorvoppli/rastertokorvoppli" 1 demo s
     "Occurrence=EveryPage PostAction=TearOff" "$work/sample.ras" \
     > "$work/stream.bin" 2> "$work/filter.log" 3<>/dev/null 4<>/dev/null
 grep -E '^(INFO|STATE|ERROR)' "$work/filter.log" || true
-echo "== korvo-decode stream.bin"
-"$KORVO_BUILD/tools/korvo-decode" "$work/stream.bin"
+echo "== korvo-decode --png demo-output/page demo-output/stream.bin"
+"$KORVO_BUILD/tools/korvo-decode" --png "$work/page" "$work/stream.bin"
+echo "== The stream, the filter's log and a picture of each printed page are in demo-output/"

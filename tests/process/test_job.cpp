@@ -46,6 +46,7 @@ protected:
 TEST_F(FilterJob, FiveArgumentsPrintUsageAndFail)
 {
     FilterRun run;
+    run.binary = shippedFilter();
     run.args = {"1", "user", "title", "1"};
     const FilterResult result = runFilter(run);
     EXPECT_EQ(result.exitStatus, 1);
@@ -58,6 +59,7 @@ TEST_F(FilterJob, FiveArgumentsPrintUsageAndFail)
 TEST_F(FilterJob, UnopenableFileFailsWithoutOutput)
 {
     FilterRun run;
+    run.binary = shippedFilter();
     run.rasterFile = dir.file("missing.ras");
     run.ppd = builtPpd("korvr27.ppd");
     const FilterResult result = runFilter(run);
@@ -69,6 +71,7 @@ TEST_F(FilterJob, UnopenableFileFailsWithoutOutput)
 TEST_F(FilterJob, MissingPaperSizeEndsBeforeAnyOutput)
 {
     FilterRun run = job({uniformPage(16, 4, 203, 0)});
+    run.binary = shippedFilter();
     run.ppd.clear();
     const FilterResult result = runFilter(run);
     EXPECT_EQ(result.exitStatus, 1);
@@ -129,7 +132,9 @@ TEST_F(FilterJob, PacketBytesOnTheWire)
 
 TEST_F(FilterJob, EmptyRasterSendsOnlyTheJobEnd)
 {
-    const FilterResult result = runFilter(job({}));
+    FilterRun run = job({});
+    run.binary = shippedFilter();
+    const FilterResult result = runFilter(run);
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(joinWords(streamWords(result.out)), "PC0 PC1");
     EXPECT_TRUE(result.errHasLine("STATE: -media-empty-warning"));

@@ -45,7 +45,8 @@ void placeChannel(int source, int target)
 }
 
 // In the child: the descriptors and environment of a filter process.
-[[noreturn]] void execFilter(const FilterRun& run, const std::string& outPath, const std::string& errPath)
+[[noreturn]] void execFilter(const FilterRun& run, const std::string& outPath, const std::string& errPath,
+                             const std::string& captureDir)
 {
     redirect(0, run.stdinFile.empty() ? "/dev/null" : run.stdinFile, O_RDONLY);
     redirect(1, outPath, O_WRONLY | O_CREAT | O_TRUNC);
@@ -68,10 +69,11 @@ void placeChannel(int source, int target)
     } else {
         setenv("PPD", run.ppd.c_str(), 1);
     }
+    setenv("KORVO_TEST_CAPTURE_DIR", captureDir.c_str(), 1);
     for (const auto& [name, value] : run.env) {
         setenv(name.c_str(), value.c_str(), 1);
     }
-    const std::string binary = run.binary.empty() ? shippedFilter() : run.binary;
+    const std::string binary = run.binary.empty() ? seamsFilter() : run.binary;
     std::vector<std::string> args = run.args.empty() ? defaultArgs(run) : run.args;
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(binary.c_str()));
@@ -123,7 +125,7 @@ FilterResult runFilter(const FilterRun& run)
         throw std::runtime_error("fork failed");
     }
     if (pid == 0) {
-        execFilter(run, outPath, errPath);
+        execFilter(run, outPath, errPath, io.path());
     }
     if (run.whileRunning) {
         run.whileRunning(pid);

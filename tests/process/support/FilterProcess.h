@@ -12,7 +12,10 @@
 namespace korvotest {
 
 struct FilterRun {
-    std::string binary;                // defaults to the shipped filter
+    // Defaults to the test build of the filter with its page captures in a
+    // temporary directory; name shippedFilter() for the program as installed
+    // (which writes captures to the spooler's directory when it prints).
+    std::string binary;
     std::vector<std::string> args;     // argv[1..]; defaults to "1 user title 1 <options> [file]"
     std::string options;               // argv[5] when args is empty
     std::string rasterFile;            // given as argv[6] when non-empty and args is empty
