@@ -99,4 +99,39 @@ TEST_F(CupsFilterChain, ThreePagePdfGivesThePacketsOfTheJob)
     EXPECT_EQ(err.find("ERROR"), std::string::npos) << err;
 }
 
+// The printed dots show the document: the frame's sides where they were
+// drawn, blank paper inside, and the half-gray bar diffused to about half
+// its dots.
+TEST_F(CupsFilterChain, PrintedPagesShowTheDocument)
+{
+    const std::vector<uint8_t> out = print("-o HalftoneType=Ordered -o Resolution=203dpi");
+    const std::vector<korvostream::Page> pages = korvostream::collectPages(korvostream::parseStream(out));
+    ASSERT_EQ(pages.size(), 3u);
+    const double dotsPerPoint = 203.0 / 72.0;
+    auto column = [&](double points) { return static_cast<size_t>(points * dotsPerPoint); };
+    auto row = [&](double points) { return static_cast<size_t>((842 - points) * dotsPerPoint); };
+    for (const korvostream::Page& page : pages) {
+        // A4 at 203 dpi is 1678 dots wide and 2374 lines long.
+        EXPECT_EQ(page.areaOffset, 24u);
+        EXPECT_EQ(page.rowBytes, 210u);
+        ASSERT_EQ(page.rows, 2374u);
+        const size_t middle = row(600);
+        EXPECT_TRUE(page.dot(column(60), middle));
+        EXPECT_TRUE(page.dot(column(535), middle));
+        EXPECT_TRUE(page.dot(column(300), row(60)));
+        EXPECT_TRUE(page.dot(column(300), row(780)));
+        EXPECT_FALSE(page.dot(column(300), middle));
+        EXPECT_FALSE(page.dot(column(30), middle));
+        size_t dots = 0;
+        size_t cells = 0;
+        for (size_t y = row(455); y < row(405); ++y) {
+            for (size_t x = column(110); x < column(390); ++x, ++cells) {
+                dots += page.dot(x, y);
+            }
+        }
+        EXPECT_GT(dots, cells * 4 / 10);
+        EXPECT_LT(dots, cells * 6 / 10);
+    }
+}
+
 }  // namespace
