@@ -1,0 +1,147 @@
+#include "halv/halvDither.h"
+
+#include "halv/halvEnhance.h"
+#include "halv/halvMath.h"
+#include "halv/halvRows.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace {
+
+size_t pixelCount(const HalvImage& img)
+{
+    if (img.width <= 0 || img.height <= 0)
+        return 0;
+    return static_cast<size_t>(img.width) * static_cast<size_t>(img.height);
+}
+
+struct TattooSettings {
+    bool splitAtThreshold;  // gamma split at the moment threshold, else at 64
+    float gammaLow;
+    float gammaHigh;
+};
+
+// The whole chain in one sweep over the rows. Stage by stage it computes
+// gamma(gray) -> enh_unsharp_mask(.., 300, 11) -> edf_cus(.., t), with t the
+// moment threshold of the gray image before the gamma, but only the gray image
+// (when the source is not already one) and the result are page-sized: the
+// blur keeps a window of 11 rows, the diffusion two rows of errors.
+HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
+{
+    // The pixel count as the 32-bit product of the dimensions; an empty image
+    // comes back as a plain copy. Negative dimensions describe no pixels
+    // either, whatever their product.
+    const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(src.width) * static_cast<uint32_t>(src.height));
+    if (product <= 0 || src.width <= 0 || src.height <= 0)
+        return HalvImage(src);
+
+    const int w = src.width;
+    const int h = src.height;
+    const size_t ws = static_cast<size_t>(w);
+    const size_t n = pixelCount(src);
+
+    // The gray image: the source's own bytes when it is one already.
+    std::optional<HalvImage> converted;
+    const uint8_t* gray = src.data;
+    if (!(src.color == HALV_IMG_GRAY && src.channels == 1)) {
+        converted.emplace(cvtGray(src));
+        gray = converted->data;
+    }
+
+    const int t = halv_detail::momentThreshold(gray, n);
+
+    uint8_t lut[256] = {};
+    halv_detail::buildGammaLut(settings.splitAtThreshold ? t : 64, settings.gammaLow, settings.gammaHigh, lut);
+
+    const int taps = 11;
+    const float amountPercent = 300.0f;
+    const float weight = amountPercent / 100;
+    std::vector<double> kernel(static_cast<size_t>(taps));
+    generateGaussianKernel1D(taps, 3.0, kernel.data());
+
+    HalvImage out(w, h, HALV_IMG_GRAY);
+    halv_detail::BlurStream blur(w, h, halv_detail::tapsOf(kernel.data(), taps), true,
+                                 [gray, ws, &lut](int row, uint8_t* scratch) {
+                                     const uint8_t* in = gray + static_cast<size_t>(row) * ws;
+                                     for (size_t x = 0; x < ws; ++x)
+                                         scratch[x] = lut[in[x]];
+                                     return static_cast<const uint8_t*>(scratch);
+                                 });
+    const halv_detail::WeightedTable table(weight);
+    std::vector<uint8_t> sharp(ws);
+    halv_detail::EdfRows errors(w);
+    const float threshold = static_cast<float>(t);
+    for (int y = 0; y < h; ++y) {
+        const uint8_t* blurred = blur.next();
+        halv_detail::addWeightedRow(blur.source(y), blurred, ws, table, sharp.data());
+        uint8_t* row = out.data + static_cast<size_t>(y) * ws;
+        halv_detail::edfRow(sharp.data(), y > 0 ? row - ws : nullptr, row, errors.current(), errors.next(), w,
+                            y >= 1 && y < h - 1, threshold);
+        errors.advance();
+    }
+    return out;
+}
+
+}  // namespace
+
+HalvImage halvTattooDithering(HalvImage& src)
+{
+    return tattoo(src, TattooSettings{false, 0.85f, 0.7f});
+}
+
+HalvImage halvTattooDitheringQ6(HalvImage& src)
+{
+    return tattoo(src, TattooSettings{true, 0.5f, 1.5f});
+}
+
+HalvImage cvtGray(const HalvImage& src)
+{
+    HalvImage out(src.width, src.height, HALV_IMG_GRAY);
+    const size_t n = pixelCount(src);
+    const size_t step = static_cast<size_t>(src.channels);
+    const uint8_t* in = src.data;
+    if (src.color == HALV_IMG_GRAY) {
+        for (size_t i = 0; i < n; ++i)
+            out.data[i] = in[i * step];
+        return out;
+    }
+    // Blue first (BGR, BGRA) or red first (every other format); the first
+    // byte's weight is added first either way.
+    const bool blueFirst = src.color == HALV_IMG_BGR || src.color == HALV_IMG_BGRA;
+    const float k0 = blueFirst ? 0.114f : 0.299f;
+    const float k1 = 0.587f;
+    const float k2 = blueFirst ? 0.299f : 0.114f;
+    for (size_t i = 0; i < n; ++i) {
+        const uint8_t* p = in + i * step;
+        const float v = (k0 * static_cast<float>(p[0]) + k1 * static_cast<float>(p[1])) + k2 * static_cast<float>(p[2]);
+        out.data[i] = static_cast<uint8_t>(my_round(v));
+    }
+    return out;
+}
+
+int thresh_global_moments(const HalvImage& img)
+{
+    return halv_detail::momentThreshold(img.data, pixelCount(img));
+}
+
+HalvImage edf_cus(const HalvImage& src, int threshold)
+{
+    HalvImage out(src.width, src.height, HALV_IMG_GRAY);
+    if (pixelCount(src) == 0)
+        return out;
+    const int w = src.width;
+    const int h = src.height;
+    const size_t ws = static_cast<size_t>(w);
+    const float t = static_cast<float>(threshold);
+    halv_detail::EdfRows errors(w);
+    for (int y = 0; y < h; ++y) {
+        const size_t off = static_cast<size_t>(y) * ws;
+        halv_detail::edfRow(src.data + off, y > 0 ? out.data + off - ws : nullptr, out.data + off, errors.current(),
+                            errors.next(), w, y >= 1 && y < h - 1, t);
+        errors.advance();
+    }
+    return out;
+}

@@ -1,0 +1,309 @@
+#include "halv/halvRows.h"
+
+#include "halv/halvMath.h"
+
+#include <algorithm>
+#include <cstring>
+
+// The blur's row loops (accumulate, roundRow) run across independent pixels
+// and vectorise. On x86-64 they are also built for wider vector units and
+// picked at load time; vector and scalar double arithmetic round alike, so
+// every variant gives the same bytes (no contraction into fused multiply-add
+// either way). A multi-versioned function is called through its resolver and
+// never inlined; elsewhere noinline keeps them out of line (see accumulate).
+#if defined(__x86_64__) && defined(__GNUC__) && defined(__linux__)
+#define HALV_ROW_LOOP __attribute__((target_clones("avx512f", "avx2", "default")))
+#elif defined(__GNUC__)
+#define HALV_ROW_LOOP __attribute__((noinline))
+#else
+#define HALV_ROW_LOOP
+#endif
+
+namespace halv_detail {
+
+Taps tapsOf(const double* kernel, int size)
+{
+    Taps t;
+    t.kernel = kernel;
+    if (size <= 0)
+        return t;
+    t.half = size / 2;
+    t.count = size;  // offsets -half .. size - 1 - half
+    return t;
+}
+
+HalvImage imageToOverwrite(const HalvImage& src)
+{
+    if (src.width > 0 && src.height > 0 && src.channels == 1 && halvChannelsOf(src.color) == 1)
+        return HalvImage(src.width, src.height, src.color);
+    return HalvImage(src);
+}
+
+namespace {
+
+// acc[x] += src[x] * k over a row. Kept out of line so that the compiler
+// cannot interchange it with the loop over the taps (which would turn the
+// contiguous row into a gather across rows).
+HALV_ROW_LOOP
+void accumulate(double* __restrict acc, const double* __restrict src, double k, size_t n)
+{
+    for (size_t x = 0; x < n; ++x)
+        acc[x] += src[x] * k;
+}
+
+// out[x] = low byte of my_round((float)acc[x]), written without branches so
+// that it vectorises: (double)f >= 0 is f >= 0 for a float, and f - 0.5f is
+// f + -0.5f.
+HALV_ROW_LOOP
+void roundRow(const double* __restrict acc, size_t n, uint8_t* __restrict out)
+{
+    for (size_t x = 0; x < n; ++x) {
+        const float f = static_cast<float>(acc[x]);
+        const float r = f + (f >= 0 ? 0.5f : -0.5f);
+        out[x] = static_cast<uint8_t>(halvTruncToInt(r));
+    }
+}
+
+}  // namespace
+
+void hblurRow(const uint8_t* in, int width, const Taps& taps, double* __restrict pad, double* __restrict acc,
+              uint8_t* out)
+{
+    const size_t n = static_cast<size_t>(width);
+    std::fill(acc, acc + n, 0.0);
+    if (taps.count > 0) {
+        // pad[i] = in[clamp(i - half)]: the row with its edge pixels repeated
+        // half taps to the left and count - 1 - half to the right.
+        const size_t half = static_cast<size_t>(taps.half);
+        const size_t right = static_cast<size_t>(taps.count - 1 - taps.half);
+        std::fill(pad, pad + half, static_cast<double>(in[0]));
+        for (size_t x = 0; x < n; ++x)
+            pad[half + x] = static_cast<double>(in[x]);
+        std::fill(pad + half + n, pad + half + n + right, static_cast<double>(in[n - 1]));
+    }
+    // Taps outside, pixels inside: every pixel still adds its products in
+    // offset order, and the inner loop runs across independent pixels.
+    for (int t = 0; t < taps.count; ++t)
+        accumulate(acc, pad + t, taps.kernel[t], n);
+    roundRow(acc, n, out);
+}
+
+void vblurRow(const double* const* rows, int width, const Taps& taps, double* acc, uint8_t* out)
+{
+    const size_t n = static_cast<size_t>(width);
+    std::fill(acc, acc + n, 0.0);
+    for (int t = 0; t < taps.count; ++t)
+        accumulate(acc, rows[t], taps.kernel[t], n);
+    roundRow(acc, n, out);
+}
+
+uint8_t weightedPixel(uint8_t a, uint8_t b, float weight)
+{
+    const float v = (static_cast<float>(a) * (1 + weight) + static_cast<float>(b) * -weight) + 0.0f;
+    return static_cast<uint8_t>(myClamp(my_round(v), 0, 255));
+}
+
+WeightedTable::WeightedTable(float weight) : table_(size_t{1} << 16)
+{
+    for (int a = 0; a < 256; ++a)
+        for (int b = 0; b < 256; ++b)
+            table_[static_cast<size_t>(a) << 8 | static_cast<size_t>(b)] =
+                weightedPixel(static_cast<uint8_t>(a), static_cast<uint8_t>(b), weight);
+}
+
+void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out)
+{
+    for (size_t i = 0; i < n; ++i)
+        out[i] = table(a[i], b[i]);
+}
+
+void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256])
+{
+    for (int i = 0; i < 256; ++i) {
+        if (i < split) {
+            float r = my_pow(static_cast<float>(i) / static_cast<float>(split), gammaLow);
+            lut[i] = static_cast<uint8_t>(halvTruncToInt(r * static_cast<float>(split)));
+        } else {
+            const int upper = 255 - split;
+            if (upper == 0) {
+                // Split 255 leaves the upper segment a single point, where its
+                // formula divides 0 by 0; the two segments meet at the split.
+                lut[i] = static_cast<uint8_t>(split);
+                continue;
+            }
+            float r = my_pow((static_cast<float>(i) - static_cast<float>(split)) / static_cast<float>(upper),
+                             gammaHigh);
+            lut[i] = static_cast<uint8_t>(
+                halvTruncToInt(r * static_cast<float>(upper) + static_cast<float>(split)));
+        }
+    }
+}
+
+int momentThreshold(const uint8_t* pixels, size_t n)
+{
+    // Four interleaved histograms keep repeated values from waiting on each
+    // other's increments; their sums are the plain counts.
+    uint32_t hist4[4][256] = {};
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        ++hist4[0][pixels[i]];
+        ++hist4[1][pixels[i + 1]];
+        ++hist4[2][pixels[i + 2]];
+        ++hist4[3][pixels[i + 3]];
+    }
+    for (; i < n; ++i)
+        ++hist4[0][pixels[i]];
+
+    const float total = static_cast<float>(static_cast<int32_t>(n));
+    float p[256];
+    for (int k = 0; k < 256; ++k) {
+        uint32_t h = hist4[0][k] + hist4[1][k] + hist4[2][k] + hist4[3][k];
+        p[k] = static_cast<float>(h) / total;
+    }
+
+    const float m0 = 1.0f;
+    float m1 = 0.0f;
+    float m2 = 0.0f;
+    float m3 = 0.0f;
+    for (int k = 0; k < 256; ++k) {
+        m1 += static_cast<float>(k) * p[k];
+        m2 += static_cast<float>(k * k) * p[k];
+        m3 += static_cast<float>(k * k * k) * p[k];
+    }
+    const float cd = m0 * m2 - m1 * m1;
+    const float c0 = (-m2 * m2 + m1 * m3) / cd;
+    const float c1 = (-m0 * m3 + m2 * m1) / cd;
+    const float disc = static_cast<float>(static_cast<double>(c1 * c1) + static_cast<double>(c0) * -4.0);
+    if (0 > disc)
+        return 128;
+    // One gray level throughout gives cd = 0 and a NaN discriminant: no two
+    // levels to separate, so the middle of the range, as for a negative one.
+    if (disc != disc)
+        return 128;
+    const float r = my_sqrt(disc);
+    const float z0 = 0.5f * (-c1 - r);
+    const float z1 = 0.5f * (-c1 + r);
+    const float p0 = (z1 - m1) / (z1 - z0);
+    float cum = 0.0f;
+    for (int k = 0; k < 256; ++k) {
+        cum += p[k];
+        if (cum > p0)
+            return k;
+    }
+    return -1;
+}
+
+BlurStream::BlurStream(int width, int height, const Taps& taps, bool horizontal, Fetch fetch)
+    : width_(width), height_(height), taps_(taps), horizontal_(horizontal), fetch_(std::move(fetch))
+{
+    ring_ = std::max(taps_.count, 1);
+    lookahead_ = std::max(taps_.count - 1 - taps_.half, 0);
+    const size_t w = static_cast<size_t>(width_);
+    srcRing_.resize(static_cast<size_t>(ring_) * w);
+    srcPtr_.assign(static_cast<size_t>(ring_), nullptr);
+    dblRing_.resize(static_cast<size_t>(ring_) * w);
+    rows_.resize(static_cast<size_t>(ring_));
+    pad_.resize(w + static_cast<size_t>(ring_));
+    acc_.resize(w);
+    hrow_.resize(w);
+    out_.resize(w);
+}
+
+void BlurStream::load(int row)
+{
+    const size_t slot = static_cast<size_t>(row % ring_);
+    const size_t w = static_cast<size_t>(width_);
+    const uint8_t* src = fetch_(row, srcRing_.data() + slot * w);
+    srcPtr_[slot] = src;
+    const uint8_t* pass = src;
+    if (horizontal_) {
+        hblurRow(src, width_, taps_, pad_.data(), acc_.data(), hrow_.data());
+        pass = hrow_.data();
+    }
+    double* d = dblRing_.data() + slot * w;
+    for (size_t x = 0; x < w; ++x)
+        d[x] = static_cast<double>(pass[x]);
+}
+
+const uint8_t* BlurStream::next()
+{
+    const int y = y_++;
+    const int need = std::min(height_ - 1, y + lookahead_);
+    while (loaded_ < need)
+        load(++loaded_);
+    const size_t w = static_cast<size_t>(width_);
+    for (int t = 0; t < taps_.count; ++t) {
+        const int r = myClamp(y + t - taps_.half, 0, height_ - 1);
+        rows_[static_cast<size_t>(t)] = dblRing_.data() + static_cast<size_t>(r % ring_) * w;
+    }
+    vblurRow(rows_.data(), width_, taps_, acc_.data(), out_.data());
+    return out_.data();
+}
+
+EdfRows::EdfRows(int width)
+    : width_(width), a_(static_cast<size_t>(width) + 4, 0.0f), b_(static_cast<size_t>(width) + 4, 0.0f)
+{
+    cur_ = a_.data() + 2;
+    nxt_ = b_.data() + 2;
+}
+
+void EdfRows::advance()
+{
+    std::swap(cur_, nxt_);
+    std::memset(nxt_ - 2, 0, (static_cast<size_t>(width_) + 4) * sizeof(float));
+}
+
+void edfRow(const uint8_t* __restrict src, const uint8_t* __restrict above, uint8_t* __restrict out,
+            const float* __restrict cur, float* __restrict nxt, int width, bool interiorRow, float threshold)
+{
+    // (1 - s) * -255 for s = 0, 0.1427 and 0.1427 + 0.1427, s summed in float:
+    // the part of 255 a white dot takes off with 0, 1 or 2 black neighbours.
+    // With s = 0 it is -255, which also serves the border's v - 255.
+    const float s1 = 0.0f + 0.1427f;
+    const float s2 = s1 + 0.1427f;
+    const float take[3] = {(1.0f - 0.0f) * -255.0f, (1.0f - s1) * -255.0f, (1.0f - s2) * -255.0f};
+    const float w0 = 0.505786f;   // (x + 1, y)
+    const float w1 = -0.052926f;  // (x + 2, y)
+    const float w2 = 0.226194f;   // (x - 2, y + 1)
+    const float w3 = 0.128835f;   // (x - 1, y + 1)
+    const float w4 = 0.243191f;   // (x, y + 1)
+    const float w5 = -0.111078f;  // (x + 1, y + 1)
+
+    // The errors of the current row's next two cells travel in registers:
+    // a = cell x with everything it has received, b = cell x + 1 without the
+    // share of pixel x. They add up in the order the scan delivers them: the
+    // row above first, then pixel x - 2, then pixel x - 1.
+    float a = cur[0];
+    float b = cur[1];
+    uint8_t left = 255;
+    for (int x = 0; x < width; ++x) {
+        const float v = a + static_cast<float>(src[x]);
+        const bool white = v > threshold;
+        int blackNeighbours = 0;
+        if (interiorRow && x >= 1 && x < width - 1)
+            blackNeighbours = (left == 0) + (above[x] == 0);
+        // A black pixel passes v on whole: v + 0 is v, since v (a sum with
+        // the byte +0 or more) is never -0. Adding a selected term instead of
+        // selecting between two sums keeps the scan free of branches on the
+        // pixel values.
+        const float t = take[blackNeighbours];
+        const float e = v + (white ? t : 0.0f);
+        const uint8_t o = white ? 255 : 0;
+        out[x] = o;
+        left = o;
+        const float p0 = e * w0;
+        const float p1 = e * w1;
+        const float p2 = e * w2;
+        const float p3 = e * w3;
+        const float p4 = e * w4;
+        const float p5 = e * w5;
+        a = b + p0;
+        b = cur[x + 2] + p1;
+        nxt[x - 2] += p2;
+        nxt[x - 1] += p3;
+        nxt[x] += p4;
+        nxt[x + 1] += p5;
+    }
+}
+
+}  // namespace halv_detail
