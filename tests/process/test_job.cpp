@@ -193,6 +193,17 @@ TEST_F(FilterJob, PageLargerThanFourGigabytesIsRefused)
     EXPECT_TRUE(result.out.empty());
 }
 
+TEST_F(FilterJob, PageWiderThanItsLinesIsRefused)
+{
+    RasterPage narrow = uniformPage(16, 4, 203, 0);
+    narrow.header.cupsWidth = 20;
+    const FilterResult result = runFilter(job({uniformPage(16, 2, 203, 0), narrow}));
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_TRUE(result.errHasLine("ERROR:Page width 20 is larger than its 16 bytes per line")) << result.err;
+    EXPECT_TRUE(result.errHasLine("INFO: page 1"));
+    EXPECT_FALSE(result.errHasLine("STATE: -media-empty-warning"));
+}
+
 TEST_F(FilterJob, HeaderIsLoggedForEveryPage)
 {
     const FilterResult result = runFilter(job({uniformPage(24, 5, 300, 0)}));

@@ -1,47 +1,14 @@
 // korvoLogCommon: one spooler message line on stderr per call.
 #include "common/KorvoLog.h"
 
+#include "CaptureStderr.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <string>
-#include <unistd.h>
 
-namespace {
-
-// Runs fn with file descriptor 2 pointing at a temporary file and returns
-// what was written to it.
-std::string captureStderr(const std::function<void()>& fn)
-{
-    char path[] = "/tmp/korvo_log_testXXXXXX";
-    const int fd = mkstemp(path);
-    if (fd < 0) {
-        ADD_FAILURE() << "mkstemp failed";
-        return {};
-    }
-    unlink(path);
-    fflush(stderr);
-    const int saved = dup(2);
-    dup2(fd, 2);
-    fn();
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-
-    std::string text;
-    lseek(fd, 0, SEEK_SET);
-    char buf[512];
-    ssize_t n;
-    while ((n = read(fd, buf, sizeof(buf))) > 0) {
-        text.append(buf, static_cast<size_t>(n));
-    }
-    close(fd);
-    return text;
-}
-
-}  // namespace
 
 TEST(KorvoLog, ErrorPrefixIsFollowedDirectlyByTheMessageAndOneNewline)
 {

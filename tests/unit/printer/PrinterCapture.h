@@ -2,6 +2,8 @@
 // reader of the packets written to it.
 #pragma once
 
+#include "CaptureStderr.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -101,35 +103,6 @@ inline std::vector<Packet> decodePackets(const std::vector<uint8_t>& bytes)
         pos += length + 10;
     }
     return packets;
-}
-
-// Runs fn with file descriptor 2 pointing at a temporary file and returns
-// what was written to it.
-inline std::string captureStderr(const std::function<void()>& fn)
-{
-    char path[] = "/tmp/korvo_printer_testXXXXXX";
-    const int fd = mkstemp(path);
-    if (fd < 0) {
-        ADD_FAILURE() << "mkstemp failed";
-        return {};
-    }
-    unlink(path);
-    fflush(stderr);
-    const int saved = dup(2);
-    dup2(fd, 2);
-    fn();
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    std::string text;
-    lseek(fd, 0, SEEK_SET);
-    char buf[512];
-    ssize_t n;
-    while ((n = read(fd, buf, sizeof(buf))) > 0) {
-        text.append(buf, static_cast<size_t>(n));
-    }
-    close(fd);
-    return text;
 }
 
 inline unsigned le16(const std::vector<uint8_t>& p, size_t at) { return p[at] | (unsigned(p[at + 1]) << 8); }

@@ -79,7 +79,7 @@ TEST(GrayToMono, SkippedRightPixelsAreLeftOut)
     data[0] = 1;    // row 0, pixel 0
     data[15] = 1;   // row 0, pixel 15
     data[20 + 9] = 1;  // row 1, pixel 9
-    const std::string log = printertest::captureStderr([&] {
+    const std::string log = captureStderr([&] {
         EXPECT_EQ(printer.GrayToMono(20, 2, data.data()), 4);
     });
     EXPECT_EQ(Bytes(data.begin(), data.begin() + 4), (Bytes{0x80, 0x01, 0x00, 0x40}));

@@ -113,7 +113,7 @@ TEST(SendImage, TenRowsGoAsFourFourAndTwo)
 {
     CapturedPrinter cap;
     Bytes data = sequence(30, 1);  // 10 rows of 3 bytes
-    const std::string log = printertest::captureStderr(
+    const std::string log = captureStderr(
         [&] { cap.printer.SendImage(30, _SIZEL{20, 10}, data.data()); });
     const auto packets = decodePackets(cap.bytes());
     ASSERT_EQ(packets.size(), 4u);
