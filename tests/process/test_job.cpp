@@ -204,6 +204,21 @@ TEST_F(FilterJob, PageWiderThanItsLinesIsRefused)
     EXPECT_FALSE(result.errHasLine("STATE: -media-empty-warning"));
 }
 
+// A page of zero width cannot be loaded: nothing is printed for it, not
+// even the previous page again.
+TEST_F(FilterJob, PageOfZeroWidthPrintsNothing)
+{
+    RasterPage empty = uniformPage(16, 3, 203, 0);
+    empty.header.cupsWidth = 0;
+    const FilterResult result = runFilter(job({uniformPage(16, 2, 203, 255), empty}));
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(joinWords(streamWords(result.out)),
+              "NUL*64 PC0 DENSITY8 PC1 PC0 AREA ROWS PC1 NUL*64 PC0 DENSITY8 PC1 PC0 PC1 PC0 PC1");
+    EXPECT_TRUE(result.errHasLine("INFO: page 2"));
+    EXPECT_TRUE(result.errHasLine("CRIT:dibimage.CreateFromArray with grey failed!"));
+    EXPECT_TRUE(result.errHasLine("ERROR:printImage: pimage is NULL, unable to print the image"));
+}
+
 TEST_F(FilterJob, HeaderIsLoggedForEveryPage)
 {
     const FilterResult result = runFilter(job({uniformPage(24, 5, 300, 0)}));
