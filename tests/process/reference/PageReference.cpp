@@ -1,5 +1,7 @@
 #include "PageReference.h"
 
+#include "TattooReference.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -592,6 +594,34 @@ Printed printImage(const Image& image, uint32_t resolution)
     return printed;
 }
 
+int tattooHalftone(Image& image, uint32_t stride, bool q6)
+{
+    // The page goes through a buffer with the page's stride, and the
+    // toolkit takes width x height bytes from its start: rows are only
+    // where it expects them when the stride is the width (the bytes between
+    // the rows would be whatever the buffer held).
+    const uint32_t width = image.width();
+    const uint32_t height = image.height();
+    if (stride != width) {
+        throw std::logic_error("model: the tattoo path is only modelled for a page stride equal to the width");
+    }
+    std::vector<uint8_t> buffer(static_cast<size_t>(stride) * height, 0);
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t x = 0; x < width; ++x) {
+            buffer.at(static_cast<size_t>(y) * stride + x) = image.getPixelIndex(x, y);
+        }
+    }
+    tattoo::Plane source(static_cast<int>(width), static_cast<int>(height));
+    std::copy(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(source.px.size()), source.px.begin());
+    const tattoo::Halftoned halftoned = tattoo::halftone(source, q6);
+    // The result becomes a new 8-bit gray image, read with the width as its
+    // stride.
+    if (!createFromArray(image, halftoned.image.px, width, height, width)) {
+        throw std::logic_error("model: the halftone cannot be loaded");
+    }
+    return halftoned.threshold;
+}
+
 ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
 {
     ProcessedPage result;
@@ -608,8 +638,12 @@ ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
     if (settings.mirror) {
         mirror(image);
     }
-    dither(image, settings.halftoneType);
-    increaseBpp8(image);
+    if (settings.halftoneType == 8 || settings.halftoneType == 9) {
+        result.tattooThreshold = tattooHalftone(image, page.bytesPerLine, settings.halftoneType == 9);
+    } else {
+        dither(image, settings.halftoneType);
+        increaseBpp8(image);
+    }
     if (settings.negative) {
         negative(image);
     }

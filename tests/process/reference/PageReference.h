@@ -1,7 +1,8 @@
 // A slow, literal model of what the filter prints for one page: the image
 // class (creation, pixel and palette access), the transforms, the dithering
-// methods, the bit depth increase, the anti-wrinkle frame, the packing to
-// one bit per pixel and the print area. Every pixel access is bounds
+// methods, the bit depth increase, the tattoo halftoning (TattooReference.h),
+// the anti-wrinkle frame, the packing to one bit per pixel and the print
+// area. Every pixel access is bounds
 // checked (std::vector::at), so a model slip throws instead of reading
 // stray memory. Nothing here calls the filter's own code.
 #pragma once
@@ -76,6 +77,10 @@ void dither(Image& image, long method);
 bool increaseBpp8(Image& image);
 void negative(Image& image);
 bool expand(Image& image, long left, long top, long right, long bottom, const Quad& colour);
+// The tattoo path: copies the page through a buffer of the page stride,
+// halftones it (q6: Tattoo_Q6, else Tattoo) and reloads the result as a gray
+// image; returns the moment threshold.
+int tattooHalftone(Image& image, uint32_t stride, bool q6);
 
 // The frame; returns its log messages (without the "DEBUG:" prefix).
 std::vector<std::string> enableAntiWrink(Image& image, int level, uint32_t resolution,
@@ -107,7 +112,7 @@ struct PageInput {
 };
 
 struct JobSettings {
-    int halftoneType = 0;  // 0 .. 7
+    int halftoneType = 0;  // 0 .. 7 dither methods, 8 Tattoo, 9 Tattoo_Q6
     int brightness = 0;    // setting, -100 .. 100
     int contrast = 0;      // setting, -100 .. 100
     bool rotate180 = false;
@@ -120,6 +125,7 @@ struct ProcessedPage {
     Image image;                        // the image that is printed
     std::vector<std::string> frameLog;  // frame messages, empty when no frame
     Printed printed;
+    int tattooThreshold = 0;            // the moment threshold; tattoo types only
 };
 ProcessedPage processPage(const PageInput& page, const JobSettings& settings);
 
