@@ -165,6 +165,15 @@ void DibImage::CopyInfo(const DibImage& from)
     info_ = from.info_;
 }
 
+bool DibImage::createReplacement(DibImage& replacement, uint32_t width, uint32_t height, uint32_t bitCount) const
+{
+    replacement.CopyInfo(*this);
+    if (!replacement.Create(width, height, bitCount, info_.type))
+        return false;
+    replacement.SetPalette(GetPalette(), GetNumColors());
+    return true;
+}
+
 bool DibImage::IsValid() const
 {
     return block_ != nullptr;

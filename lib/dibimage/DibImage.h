@@ -103,6 +103,9 @@ private:
     };
 
     void setLastError(const char* text);
+    // An empty image of the given size and depth with this image's
+    // information block and palette, to be filled and transferred back.
+    bool createReplacement(DibImage& replacement, uint32_t width, uint32_t height, uint32_t bitCount) const;
 
     BITMAPINFOHEADER head_;
     Info info_;

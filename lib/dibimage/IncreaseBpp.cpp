@@ -88,9 +88,7 @@ bool DibImage::IncreaseBpp(uint32_t bitCount)
     const uint32_t h = GetHeight();
 
     DibImage tmp;
-    tmp.CopyInfo(*this);
-    tmp.Create(w, h, bitCount, info_.type);
-    if (!tmp.IsValid()) {
+    if (!createReplacement(tmp, w, h, bitCount)) {
         setLastError(tmp.GetLastError());
         return false;
     }
@@ -111,7 +109,6 @@ bool DibImage::IncreaseBpp(uint32_t bitCount)
             }
         }
     } else {
-        tmp.SetPalette(GetPalette(), GetNumColors());
         for (uint32_t y = 0; y < h; ++y) {
             const uint8_t* src = info_.imageBits + y * srcStride;
             uint8_t* dst = tmp.info_.imageBits + y * dstStride;

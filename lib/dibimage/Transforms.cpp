@@ -114,10 +114,8 @@ bool DibImage::Rotate180(DibImage* target)
 
     // The rotated image always has one byte per pixel holding the index.
     DibImage tmp;
-    tmp.CopyInfo(*this);
-    if (!tmp.Create(w, h, 8, info_.type))
+    if (!createReplacement(tmp, w, h, 8))
         return false;
-    tmp.SetPalette(GetPalette(), GetNumColors());
 
     const size_t srcStride = info_.effWidth;
     const size_t dstStride = tmp.info_.effWidth;
@@ -146,10 +144,8 @@ void DibImage::Mirror()
     const unsigned bpp = head_.biBitCount;
 
     DibImage tmp;
-    tmp.CopyInfo(*this);
-    if (!tmp.Create(w, h, 8, info_.type))
+    if (!createReplacement(tmp, w, h, 8))
         return;
-    tmp.SetPalette(GetPalette(), GetNumColors());
 
     // Both images are walked with this image's row stride, and each line's
     // bytes 0 .. (w - 1) * k are reversed (k = 3 for 24 bits, else 1). For
@@ -205,12 +201,10 @@ bool DibImage::Expand(long left, long top, long right, long bottom, RGBQUAD canv
     const uint32_t nh = static_cast<uint32_t>(newH);
 
     DibImage tmp;
-    tmp.CopyInfo(*this);
-    if (!tmp.Create(nw, nh, bpp, info_.type)) {
+    if (!createReplacement(tmp, nw, nh, bpp)) {
         setLastError(tmp.GetLastError());
         return false;
     }
-    tmp.SetPalette(GetPalette(), GetNumColors());
 
     // The source lands at columns left .. left + w - 1 and at rows
     // bottom .. bottom + h - 1 (the fourth margin is at the low row numbers).
@@ -275,10 +269,8 @@ void DibImage::MakeCenter(int32_t newWidth)
     const unsigned bpp = head_.biBitCount;
 
     DibImage tmp;
-    tmp.CopyInfo(*this);
-    if (!tmp.Create(static_cast<uint32_t>(newWidth), h, 8, info_.type))
+    if (!createReplacement(tmp, static_cast<uint32_t>(newWidth), h, 8))
         return;
-    tmp.SetPalette(GetPalette(), GetNumColors());
 
     // Indices are copied (a paletteless 24-bit image has only zero indices).
     const size_t off = static_cast<size_t>((static_cast<int64_t>(newWidth) - w) / 2);
