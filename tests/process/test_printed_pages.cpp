@@ -73,13 +73,7 @@ protected:
         return result;
     }
 
-    std::vector<SentImage> sent(const FilterResult& result)
-    {
-        std::string problems;
-        std::vector<SentImage> images = sentImages(result.out, &problems);
-        EXPECT_EQ(problems, "");
-        return images;
-    }
+    std::vector<SentImage> sent(const FilterResult& result) { return sentImagesOrFail(result); }
 
     TempDir dir;
     TempDir captures;

@@ -82,15 +82,6 @@ pageref::JobSettings tattooSettings(int type, int antiWrinkle)
 // ---------------------------------------------------------------------------
 // Page contents, all deterministic. In the raster 0 is blank paper.
 
-uint32_t mix(uint32_t seed, unsigned x, unsigned y)
-{
-    uint64_t z = (static_cast<uint64_t>(seed) << 40) ^ (static_cast<uint64_t>(y) << 20) ^ x;
-    z += 0x9E3779B97F4A7C15ull;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    return static_cast<uint32_t>(z ^ (z >> 31));
-}
-
 using Shade = std::function<uint8_t(unsigned, unsigned)>;
 
 // Smooth gradients, a bright disc and a dark bar with hard edges, and grain.
@@ -238,13 +229,7 @@ protected:
         return timed;
     }
 
-    std::vector<SentImage> sent(const FilterResult& result)
-    {
-        std::string problems;
-        std::vector<SentImage> images = sentImages(result.out, &problems);
-        EXPECT_EQ(problems, "");
-        return images;
-    }
+    std::vector<SentImage> sent(const FilterResult& result) { return sentImagesOrFail(result); }
 
     // The frame's log lines of every page equal the model's.
     void expectFrameLogsAsReference(const FilterResult& result, const std::vector<RasterPage>& pages,

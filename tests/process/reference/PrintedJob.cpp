@@ -9,6 +9,14 @@ using namespace korvotest;
 
 namespace printedjob {
 
+std::vector<SentImage> sentImagesOrFail(const FilterResult& result)
+{
+    std::string problems;
+    std::vector<SentImage> images = sentImages(result.out, &problems);
+    EXPECT_EQ(problems, "");
+    return images;
+}
+
 std::vector<SentImage> sentImages(const std::vector<uint8_t>& out, std::string* problems)
 {
     const korvostream::Stream stream = korvostream::parseStream(out);
@@ -120,9 +128,6 @@ RasterPage page(unsigned width, unsigned height, unsigned dpi, const std::string
     return p;
 }
 
-namespace {
-
-// A cheap, well-mixed hash of the seed and the position.
 uint32_t mix(uint32_t seed, unsigned x, unsigned y)
 {
     uint64_t z = (static_cast<uint64_t>(seed) << 40) ^ (static_cast<uint64_t>(y) << 20) ^ x;
@@ -132,7 +137,6 @@ uint32_t mix(uint32_t seed, unsigned x, unsigned y)
     return static_cast<uint32_t>(z ^ (z >> 31));
 }
 
-}  // namespace
 
 std::function<uint8_t(unsigned, unsigned)> randomShade(uint32_t seed)
 {

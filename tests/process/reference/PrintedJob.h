@@ -29,6 +29,8 @@ struct SentImage {
 // Every print area of the stream with its row packets, in order. A framing
 // error or a malformed print-area packet is added to problems.
 std::vector<SentImage> sentImages(const std::vector<uint8_t>& out, std::string* problems);
+// The same, failing the current test on a packet problem.
+std::vector<SentImage> sentImagesOrFail(const korvotest::FilterResult& result);
 
 // Compares one sent image with the reference: area offset and width, packet
 // sizes (thus row bytes and rows) and every dot; names the first wrong dot.
@@ -42,6 +44,8 @@ korvotest::RasterPage page(unsigned width, unsigned height, unsigned dpi, const 
                            const std::function<uint8_t(unsigned x, unsigned y)>& shade);
 
 // Image content generators, all deterministic.
+// A cheap, well-mixed hash of the seed and the position.
+uint32_t mix(uint32_t seed, unsigned x, unsigned y);
 std::function<uint8_t(unsigned, unsigned)> randomShade(uint32_t seed);
 std::function<uint8_t(unsigned, unsigned)> gradientShade(unsigned width, unsigned height);
 std::function<uint8_t(unsigned, unsigned)> photoShade(uint32_t seed);
