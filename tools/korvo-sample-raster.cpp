@@ -10,35 +10,15 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <vector>
+
+#include "korvoraster/GrayPageHeader.h"
 
 namespace {
 
 constexpr unsigned kWidth = 384;   // 48 mm at 203 dpi
 constexpr unsigned kHeight = 160;  // 20 mm
 constexpr unsigned kDpi = 203;
-
-cups_page_header2_t sampleHeader()
-{
-    cups_page_header2_t header;
-    memset(&header, 0, sizeof(header));
-    header.HWResolution[0] = kDpi;
-    header.HWResolution[1] = kDpi;
-    header.PageSize[0] = kWidth * 72 / kDpi;
-    header.PageSize[1] = kHeight * 72 / kDpi;
-    header.NumCopies = 1;
-    header.cupsWidth = kWidth;
-    header.cupsHeight = kHeight;
-    header.cupsBitsPerColor = 8;
-    header.cupsBitsPerPixel = 8;
-    header.cupsBytesPerLine = kWidth;
-    header.cupsColorOrder = CUPS_ORDER_CHUNKED;
-    header.cupsColorSpace = CUPS_CSPACE_K;
-    header.cupsNumColors = 1;
-    strcpy(header.cupsPageSizeName, "w54h22");
-    return header;
-}
 
 // A frame, a horizontal gray ramp, and page number bars.
 std::vector<unsigned char> samplePage(unsigned page)
@@ -76,7 +56,7 @@ int main(int argc, char* argv[])
     }
     cups_raster_t* raster = cupsRasterOpen(fd, CUPS_RASTER_WRITE);
     for (int page = 1; page <= pages; ++page) {
-        cups_page_header2_t header = sampleHeader();
+        cups_page_header2_t header = grayPageHeader(kWidth, kHeight, kDpi, "w54h22");
         std::vector<unsigned char> pixels = samplePage(static_cast<unsigned>(page));
         cupsRasterWriteHeader2(raster, &header);
         cupsRasterWritePixels(raster, pixels.data(), static_cast<unsigned>(pixels.size()));

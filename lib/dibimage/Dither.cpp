@@ -377,9 +377,7 @@ bool DibImage::Dither(long method)
     const uint32_t h = GetHeight();
 
     DibImage out;
-    out.CopyInfo(*this);
-    out.Create(w, h, 1, info_.type);
-    if (!out.IsValid())
+    if (!createReplacement(out, w, h, 1))
         return false;
 
     uint8_t* outBits = out.info_.imageBits;

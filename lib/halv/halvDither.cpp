@@ -11,13 +11,6 @@
 
 namespace {
 
-size_t pixelCount(const HalvImage& img)
-{
-    if (img.width <= 0 || img.height <= 0)
-        return 0;
-    return static_cast<size_t>(img.width) * static_cast<size_t>(img.height);
-}
-
 struct TattooSettings {
     bool splitAtThreshold;  // gamma split at the moment threshold, else at 64
     float gammaLow;
@@ -41,7 +34,7 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
     const int w = src.width;
     const int h = src.height;
     const size_t ws = static_cast<size_t>(w);
-    const size_t n = pixelCount(src);
+    const size_t n = halv_detail::pixelCount(src);
 
     // The gray image: the source's own bytes when it is one already.
     std::optional<HalvImage> converted;
@@ -100,7 +93,7 @@ HalvImage halvTattooDitheringQ6(HalvImage& src)
 HalvImage cvtGray(const HalvImage& src)
 {
     HalvImage out(src.width, src.height, HALV_IMG_GRAY);
-    const size_t n = pixelCount(src);
+    const size_t n = halv_detail::pixelCount(src);
     const size_t step = static_cast<size_t>(src.channels);
     const uint8_t* in = src.data;
     if (src.color == HALV_IMG_GRAY) {
@@ -124,13 +117,13 @@ HalvImage cvtGray(const HalvImage& src)
 
 int thresh_global_moments(const HalvImage& img)
 {
-    return halv_detail::momentThreshold(img.data, pixelCount(img));
+    return halv_detail::momentThreshold(img.data, halv_detail::pixelCount(img));
 }
 
 HalvImage edf_cus(const HalvImage& src, int threshold)
 {
     HalvImage out(src.width, src.height, HALV_IMG_GRAY);
-    if (pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0)
         return out;
     const int w = src.width;
     const int h = src.height;

@@ -13,13 +13,6 @@ using halv_detail::Taps;
 
 namespace {
 
-size_t pixelCount(const HalvImage& img)
-{
-    if (img.width <= 0 || img.height <= 0)
-        return 0;
-    return static_cast<size_t>(img.width) * static_cast<size_t>(img.height);
-}
-
 std::vector<double> gaussianKernel1D(int size, double sigma)
 {
     std::vector<double> kernel(static_cast<size_t>(size > 0 ? size : 0));
@@ -41,7 +34,7 @@ void enh_piecewise_gamma(HalvImage& img, int split, float gammaLow, float gammaH
 {
     uint8_t lut[256] = {};
     halv_detail::buildGammaLut(split, gammaLow, gammaHigh, lut);
-    const size_t n = pixelCount(img);
+    const size_t n = halv_detail::pixelCount(img);
     uint8_t* p = img.data;
     for (size_t i = 0; i < n; ++i)
         p[i] = lut[p[i]];
@@ -67,7 +60,7 @@ void generateGaussianKernel1D(int size, double sigma, double* kernel)
 HalvImage convolve1D(const HalvImage& src, const double* kernel, int size, bool horizontal)
 {
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0)
         return out;
     const int w = src.width;
     const int h = src.height;
@@ -94,7 +87,7 @@ HalvImage enh_gaussian_filter_fast(const HalvImage& src, int size, double sigma)
 {
     const std::vector<double> kernel = gaussianKernel1D(size, sigma);
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0)
         return out;
     // Both passes in one sweep: the horizontal pass of a row is computed (and
     // rounded to bytes) once, and kept only while the vertical window needs
@@ -134,7 +127,7 @@ void generateGaussianKernel(int size, double sigmaX, double sigmaY, double* kern
 HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, double sigmaY)
 {
     HalvImage out(src.width, src.height, HALV_IMG_GRAY);
-    if (pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0)
         return out;
     const int h = size / 2;
     const size_t side = static_cast<size_t>(size > 0 ? size : 0);
@@ -164,7 +157,7 @@ HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, dou
 HalvImage add_Weighted(const HalvImage& a, const HalvImage& b, float weight)
 {
     HalvImage out = halv_detail::imageToOverwrite(a);
-    halv_detail::addWeightedRow(a.data, b.data, pixelCount(a), halv_detail::WeightedTable(weight), out.data);
+    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), halv_detail::WeightedTable(weight), out.data);
     return out;
 }
 
@@ -173,7 +166,7 @@ HalvImage enh_unsharp_mask(const HalvImage& src, float amountPercent, int size)
     const float weight = amountPercent / 100;
     const std::vector<double> kernel = gaussianKernel1D(size, 3.0);
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0)
         return out;
     // The blurred image only ever meets the source row by row: stream it.
     const size_t ws = static_cast<size_t>(src.width);

@@ -21,6 +21,14 @@
 
 namespace halv_detail {
 
+size_t pixelCount(const HalvImage& img)
+{
+    if (img.width <= 0 || img.height <= 0)
+        return 0;
+    return static_cast<size_t>(img.width) * static_cast<size_t>(img.height);
+}
+
+
 Taps tapsOf(const double* kernel, int size)
 {
     Taps t;

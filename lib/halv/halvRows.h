@@ -14,6 +14,9 @@
 
 namespace halv_detail {
 
+// width * height, or 0 when either is not positive.
+size_t pixelCount(const HalvImage& img);
+
 // The taps of a kernel of `size` entries centred on size / 2: offsets
 // -half .. -half + count - 1, weight of offset j at kernel[j + half]. An odd
 // size gives offsets -half .. half; an even size stops one short of +half, at

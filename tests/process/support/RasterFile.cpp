@@ -1,9 +1,10 @@
 #include "RasterFile.h"
 
+#include "korvoraster/GrayPageHeader.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <stdexcept>
 
 namespace korvotest {
@@ -12,23 +13,7 @@ RasterPage grayPage(unsigned width, unsigned height, unsigned dpi,
                     const std::function<uint8_t(unsigned x, unsigned y)>& shade)
 {
     RasterPage page;
-    cups_page_header2_t& h = page.header;
-    memset(&h, 0, sizeof(h));
-    strcpy(h.MediaClass, "PwgRaster");
-    h.HWResolution[0] = dpi;
-    h.HWResolution[1] = dpi;
-    h.PageSize[0] = width * 72 / dpi;
-    h.PageSize[1] = height * 72 / dpi;
-    h.NumCopies = 1;
-    h.cupsWidth = width;
-    h.cupsHeight = height;
-    h.cupsBitsPerColor = 8;
-    h.cupsBitsPerPixel = 8;
-    h.cupsBytesPerLine = width;
-    h.cupsColorOrder = CUPS_ORDER_CHUNKED;
-    h.cupsColorSpace = CUPS_CSPACE_K;
-    h.cupsNumColors = 1;
-    strcpy(h.cupsPageSizeName, "A4");
+    page.header = grayPageHeader(width, height, dpi, "A4");
     page.pixels.resize(static_cast<size_t>(width) * height);
     for (unsigned y = 0; y < height; ++y) {
         for (unsigned x = 0; x < width; ++x) {
