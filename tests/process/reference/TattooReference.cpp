@@ -2,232 +2,123 @@
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
-#include <string>
+#include <numeric>
 
-namespace pageref {
-namespace tattoo {
+namespace pageref::tattoo {
 
-namespace {
-
-// No loop of the toolkit needs anywhere near this many steps on the values
-// a page produces; reaching it means the model went astray.
-constexpr long kStepBound = 1000000;
-
-[[noreturn]] void endless(const char* what, float x)
-{
-    throw std::logic_error(std::string("model: ") + what + " does not settle for " + std::to_string(x));
-}
-
-}  // namespace
-
-// ---------------------------------------------------------------- math
-
-float myAbs(float v)
-{
-    return 0 > v ? -v : v;
-}
-
-float mySqrt(float x)
-{
-    if (0 > x) {
-        return -1.0f;
-    }
-    if (x == 0) {
-        return 0.0f;
-    }
-    float g = x / 2.0f;
-    if (!std::isfinite(x)) {
-        return g;  // guarded: NaN and infinity never settle
-    }
-    for (long step = 0;; ++step) {
-        const float n = 0.5f * (g + x / g);
-        if (1e-6f > myAbs(n - g)) {
-            return g;  // the estimate before the last step
-        }
-        g = n;
-        if (step >= kStepBound) {
-            endless("my_sqrt", x);
-        }
-    }
-}
+static float myAbs(float v) { return 0 > v ? -v : v; }
 
 float myExp(float x)
 {
-    if (0 > x) {
-        return static_cast<float>(1.0 / static_cast<double>(myExp(-x)));
-    }
-    float sum = 1.0f;
-    float term = 1.0f;
+    if (0 > x) return float(1.0 / double(myExp(-x)));
+    float sum = 1.0f, term = 1.0f;
     for (int n = 1; n <= 20; ++n) {
-        term = (x / static_cast<float>(n)) * term;
+        term = (x / float(n)) * term;
         sum = sum + term;
-        if (static_cast<double>(term) < 1e-6) {
-            break;
-        }
+        if (double(term) < 1e-6) break;
     }
     return sum;
 }
 
-float myLn(float x)
+static float mySqrt(float x)
 {
-    if (0 >= x) {
-        return -1.0f;
+    if (0 > x) return -1.0f;
+    if (x == 0) return 0.0f;
+    float g = x / 2.0f;
+    if (!std::isfinite(x)) return g;  // guarded: would never settle
+    for (;;) {  // ends for every finite x but the smallest denormal
+        const float n = 0.5f * (g + x / g);
+        if (1e-6f > myAbs(n - g)) return g;  // the estimate before the last step
+        g = n;
     }
+}
+
+static float myLn(float x)
+{
+    if (0 >= x) return -1.0f;
     float y = (x - 1) / (1 + x);
-    if (!std::isfinite(x)) {
-        return y;  // guarded: NaN and infinity never settle
-    }
-    for (long step = 0;; ++step) {
+    if (!std::isfinite(x)) return y;  // guarded: would never settle
+    for (;;) {  // ends for every base the gamma curve can give
         const float n = y - (myExp(y) - x) / x;
-        if (1e-6f > myAbs(n - y)) {
-            return y;  // the value before the last step
-        }
+        if (1e-6f > myAbs(n - y)) return y;  // the value before the last step
         y = n;
-        if (step >= kStepBound) {
-            endless("my_ln", x);
-        }
     }
 }
 
-float myPow(float x, float y)
+static float myPow(float x, float y)
 {
-    if (x == 0) {
-        if (y == 0) {
-            return 1.0f;
-        }
-        return y > 0 ? 0.0f : -1.0f;
-    }
-    if (0 > x) {
-        const float f = y - static_cast<float>(static_cast<int>(y));
-        if (!(f == 0)) {
-            return -1.0f;
-        }
-    }
-    const float product = y * myLn(x);
-    return myExp(product);
+    if (x == 0) return y == 0 ? 1.0f : (y > 0 ? 0.0f : -1.0f);
+    if (0 > x && !(y - float(int(y)) == 0)) return -1.0f;
+    return myExp(y * myLn(x));
 }
 
-int myRound(float x)
-{
-    if (static_cast<double>(x) >= 0) {
-        return static_cast<int>(x + 0.5f);
-    }
-    return static_cast<int>(x - 0.5f);
-}
-
-// ---------------------------------------------------------------- threshold
+static int myRound(float x) { return double(x) >= 0 ? int(x + 0.5f) : int(x - 0.5f); }
 
 int momentThreshold(const Plane& gray)
 {
-    int32_t histogram[256] = {};
+    int32_t h[256] = {};
     const int n = gray.width * gray.height;
-    for (int i = 0; i < n; ++i) {
-        ++histogram[gray.px.at(static_cast<size_t>(i))];
-    }
-    float p[256];
+    for (int i = 0; i < n; ++i) ++h[gray.px.at(i)];
+    float p[256], m0 = 1.0f, m1 = 0, m2 = 0, m3 = 0;
     for (int k = 0; k < 256; ++k) {
-        p[k] = static_cast<float>(histogram[k]) / static_cast<float>(n);
+        p[k] = float(h[k]) / float(n);
+        m1 += float(k) * p[k];
+        m2 += float(k * k) * p[k];
+        m3 += float(k * k * k) * p[k];
     }
-    const float m0 = 1.0f;
-    float m1 = 0.0f;
-    float m2 = 0.0f;
-    float m3 = 0.0f;
-    for (int k = 0; k < 256; ++k) {
-        m1 += static_cast<float>(k) * p[k];
-        m2 += static_cast<float>(k * k) * p[k];
-        m3 += static_cast<float>(k * k * k) * p[k];
-    }
-    const float cd = m0 * m2 - m1 * m1;
-    const float c0 = (-m2 * m2 + m1 * m3) / cd;
-    const float c1 = (-m0 * m3 + m2 * m1) / cd;
-    const float disc = static_cast<float>(static_cast<double>(c1 * c1) + static_cast<double>(c0) * -4.0);
-    if (0 > disc) {
-        return 128;
-    }
-    if (disc != disc) {
-        return 128;  // guarded: one gray level gives 0/0 moments
-    }
-    const float r = mySqrt(disc);
-    const float z0 = 0.5f * (-c1 - r);
-    const float z1 = 0.5f * (-c1 + r);
+    const float cd = m0 * m2 - m1 * m1, c0 = (-m2 * m2 + m1 * m3) / cd, c1 = (-m0 * m3 + m2 * m1) / cd;
+    const float disc = float(double(c1 * c1) + double(c0) * -4.0);
+    if (0 > disc || disc != disc) return 128;  // NaN guarded: one gray level gives 0/0 moments
+    const float r = mySqrt(disc), z0 = 0.5f * (-c1 - r), z1 = 0.5f * (-c1 + r);
     const float p0 = (z1 - m1) / (z1 - z0);
-    float cumulative = 0.0f;
-    for (int k = 0; k < 256; ++k) {
-        cumulative += p[k];
-        if (cumulative > p0) {
-            return k;
-        }
-    }
+    float cum = 0;
+    for (int k = 0; k < 256; ++k)
+        if ((cum += p[k]) > p0) return k;
     return -1;
-}
-
-// ---------------------------------------------------------------- gamma
-
-uint8_t gammaEntry(int level, int split, float gammaLow, float gammaHigh)
-{
-    if (level < split) {
-        const float base = static_cast<float>(level) / static_cast<float>(split);
-        const float value = myPow(base, gammaLow) * static_cast<float>(split);
-        return static_cast<uint8_t>(static_cast<int>(value));
-    }
-    const int range = 255 - split;
-    if (range == 0) {
-        return static_cast<uint8_t>(split);  // guarded: the 0/0 entry of split 255
-    }
-    const float base = (static_cast<float>(level) - static_cast<float>(split)) / static_cast<float>(range);
-    const float value = myPow(base, gammaHigh) * static_cast<float>(range) + static_cast<float>(split);
-    return static_cast<uint8_t>(static_cast<int>(value));
 }
 
 void piecewiseGamma(Plane& gray, int split, float gammaLow, float gammaHigh)
 {
-    uint8_t table[256] = {};
+    uint8_t lut[256] = {};
+    const int range = 255 - split;
     for (int i = 0; i < 256; ++i) {
-        table[i] = gammaEntry(i, split, gammaLow, gammaHigh);
+        if (i < split) {
+            lut[i] = uint8_t(int(myPow(float(i) / float(split), gammaLow) * float(split)));
+        } else if (range == 0) {
+            lut[i] = uint8_t(split);  // guarded: 0/0 at split 255
+        } else {
+            const float base = (float(i) - float(split)) / float(range);
+            lut[i] = uint8_t(int(myPow(base, gammaHigh) * float(range) + float(split)));
+        }
     }
-    for (uint8_t& v : gray.px) {
-        v = table[v];
-    }
+    for (uint8_t& v : gray.px) v = lut[v];
 }
-
-// ---------------------------------------------------------------- blur
 
 std::vector<double> gaussianKernel1D(int size, double sigma)
 {
-    if (size % 2 == 0) {
-        throw std::logic_error("model: Gaussian kernels have an odd size");
-    }
-    std::vector<double> kernel(static_cast<size_t>(size));
+    std::vector<double> k(size);
     const int half = size / 2;
-    const double norm = 1.0 / (static_cast<double>(mySqrt(6.2831855f)) * sigma);
-    for (int i = -half; i <= half; ++i) {
-        const double exponent = (-0.5 * static_cast<double>(i * i)) / (sigma * sigma);
-        kernel.at(static_cast<size_t>(i + half)) = norm * static_cast<double>(myExp(static_cast<float>(exponent)));
-    }
-    double sum = 0.0;
-    for (int i = 0; i < size; ++i) {
-        sum += kernel.at(static_cast<size_t>(i));
-    }
-    for (int i = 0; i < size; ++i) {
-        kernel.at(static_cast<size_t>(i)) /= sum;
-    }
-    return kernel;
+    const double norm = 1.0 / (double(mySqrt(6.2831855f)) * sigma);
+    for (int i = -half; i <= half; ++i)
+        k.at(i + half) = norm * double(myExp(float((-0.5 * double(i * i)) / (sigma * sigma))));
+    const double sum = std::accumulate(k.begin(), k.end(), 0.0);  // in index order
+    for (double& v : k) v /= sum;
+    return k;
 }
 
-Plane convolve1D(const Plane& source, const std::vector<double>& kernel, bool horizontal)
+Plane convolve1D(const Plane& s, const std::vector<double>& k, bool horizontal)
 {
-    Plane out = source;
-    const int half = static_cast<int>(kernel.size()) / 2;
-    for (int y = 0; y < source.height; ++y) {
-        for (int x = 0; x < source.width; ++x) {
+    Plane out = s;
+    const int half = int(k.size()) / 2;
+    for (int y = 0; y < s.height; ++y) {
+        for (int x = 0; x < s.width; ++x) {
             double sum = 0.0;
             for (int j = -half; j <= half; ++j) {
-                const int xx = horizontal ? std::min(std::max(x + j, 0), source.width - 1) : x;
-                const int yy = horizontal ? y : std::min(std::max(y + j, 0), source.height - 1);
-                sum += static_cast<double>(source.at(xx, yy)) * kernel.at(static_cast<size_t>(j + half));
+                const int xx = horizontal ? std::min(std::max(x + j, 0), s.width - 1) : x;
+                const int yy = horizontal ? y : std::min(std::max(y + j, 0), s.height - 1);
+                sum += double(s.px.at(size_t(yy) * s.width + xx)) * k.at(j + half);
             }
-            out.at(x, y) = static_cast<uint8_t>(myRound(static_cast<float>(sum)));
+            out.px.at(size_t(y) * s.width + x) = uint8_t(myRound(float(sum)));
         }
     }
     return out;
@@ -235,104 +126,65 @@ Plane convolve1D(const Plane& source, const std::vector<double>& kernel, bool ho
 
 Plane gaussianBlur(const Plane& source, int size, double sigma)
 {
-    const std::vector<double> kernel = gaussianKernel1D(size, sigma);
-    const Plane across = convolve1D(source, kernel, true);
-    return convolve1D(across, kernel, false);
+    const std::vector<double> k = gaussianKernel1D(size, sigma);
+    return convolve1D(convolve1D(source, k, true), k, false);
 }
 
 Plane addWeighted(const Plane& a, const Plane& b, float weight)
 {
     Plane out = a;
     for (size_t i = 0; i < a.px.size(); ++i) {
-        const float v = (static_cast<float>(a.px.at(i)) * (1 + weight) + static_cast<float>(b.px.at(i)) * (-weight)) +
-                        0.0f;
-        const int r = myRound(v);
-        out.px.at(i) = static_cast<uint8_t>(r < 0 ? 0 : (r < 255 ? r : 255));
+        const int r = myRound((float(a.px[i]) * (1 + weight) + float(b.px.at(i)) * (-weight)) + 0.0f);
+        out.px[i] = uint8_t(r < 0 ? 0 : (r < 255 ? r : 255));
     }
     return out;
 }
 
 Plane unsharpMask(const Plane& source, float amountPercent, int size)
 {
-    const float weight = amountPercent / 100;
-    const Plane blurred = gaussianBlur(source, size, 3.0);
-    return addWeighted(source, blurred, weight);
+    return addWeighted(source, gaussianBlur(source, size, 3.0), amountPercent / 100);
 }
 
-// ---------------------------------------------------------------- diffusion
-
-Plane errorDiffusion(const Plane& source, int threshold)
+Plane errorDiffusion(const Plane& s, int threshold)
 {
-    const int w = source.width;
-    const int h = source.height;
+    const int w = s.width, h = s.height;
     Plane out(w, h);
-    std::vector<float> error(static_cast<size_t>(w) * static_cast<size_t>(h), 0.0f);
-    struct Target {
-        int dx;
-        int dy;
-        float weight;
-    };
-    static const Target targets[6] = {{1, 0, 0.505786f},  {2, 0, -0.052926f}, {-2, 1, 0.226194f},
-                                      {-1, 1, 0.128835f}, {0, 1, 0.243191f},  {1, 1, -0.111078f}};
+    std::vector<float> err(size_t(w) * size_t(h), 0.0f);  // a full page of errors
+    const int dx[6] = {1, 2, -2, -1, 0, 1}, dy[6] = {0, 0, 1, 1, 1, 1};
+    const float weight[6] = {0.505786f, -0.052926f, 0.226194f, 0.128835f, 0.243191f, -0.111078f};
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {
-            const size_t i = static_cast<size_t>(y) * w + x;
-            const float v = error.at(i) + static_cast<float>(source.px.at(i));
-            float e;
-            if (v > static_cast<float>(threshold)) {
+            const size_t i = size_t(y) * w + x;
+            const float v = err.at(i) + float(s.px.at(i));
+            float e = v;  // a black dot keeps all of v
+            if (v > float(threshold)) {
                 out.px.at(i) = 255;
+                e = v - 255;  // on the border rows and columns
                 if (y >= 1 && x >= 1 && y < h - 1 && x < w - 1) {
-                    float s = 0.0f;
-                    if (out.px.at(i - 1) == 0) {
-                        s += 0.1427f;
-                    }
-                    if (out.px.at(i - w) == 0) {
-                        s += 0.1427f;
-                    }
-                    e = (1 - s) * (-255) + v;
-                } else {
-                    e = v - 255;
-                }
-            } else {
-                out.px.at(i) = 0;
-                e = v;
-            }
-            float products[6];
-            for (int k = 0; k < 6; ++k) {
-                products[k] = e * targets[k].weight;
-            }
-            for (int k = 0; k < 6; ++k) {
-                const int tx = x + targets[k].dx;
-                const int ty = y + targets[k].dy;
-                if (tx >= 0 && tx < w && ty >= 0 && ty < h) {
-                    error.at(static_cast<size_t>(ty) * w + tx) += products[k];
+                    float sum = 0;  // black neighbours to the left and above
+                    if (out.px.at(i - 1) == 0) sum += 0.1427f;
+                    if (out.px.at(i - w) == 0) sum += 0.1427f;
+                    e = (1 - sum) * (-255) + v;
                 }
             }
+            float product[6];  // all six first, then the sums
+            for (int k = 0; k < 6; ++k) product[k] = e * weight[k];
+            for (int k = 0; k < 6; ++k)
+                if (x + dx[k] >= 0 && x + dx[k] < w && y + dy[k] < h) err.at(i + dy[k] * w + dx[k]) += product[k];
         }
     }
     return out;
 }
 
-// ---------------------------------------------------------------- entry
-
 Halftoned halftone(const Plane& source, bool q6)
 {
-    Halftoned result;
-    if (source.width * source.height <= 0) {
-        result.image = source;
-        return result;
-    }
-    Plane gray = source;  // one byte per pixel already: the gray conversion copies
+    Halftoned result{0, source};
+    if (source.width * source.height <= 0) return result;
+    Plane gray = source;  // the gray conversion of a gray image is a copy
     result.threshold = momentThreshold(gray);
-    if (q6) {
-        piecewiseGamma(gray, result.threshold, 0.5f, 1.5f);
-    } else {
-        piecewiseGamma(gray, 64, 0.85f, 0.7f);
-    }
-    const Plane sharp = unsharpMask(gray, 300.0f, 11);
-    result.image = errorDiffusion(sharp, result.threshold);
+    piecewiseGamma(gray, q6 ? result.threshold : 64, q6 ? 0.5f : 0.85f, q6 ? 1.5f : 0.7f);
+    result.image = errorDiffusion(unsharpMask(gray, 300.0f, 11), result.threshold);
     return result;
 }
 
-}  // namespace tattoo
-}  // namespace pageref
+}  // namespace pageref::tattoo

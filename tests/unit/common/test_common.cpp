@@ -1,0 +1,77 @@
+// Halftone names, text helpers, log lines and the PPD lookups the filter never reaches.
+#include "common/DitherType.h"
+#include "common/KorvoLog.h"
+#include "common/KorvoPpd.h"
+#include "common/KorvoString.h"
+
+#include "CaptureStderr.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+
+TEST(Common, HalftoneNamesBasenameAndBoundedCopy)
+{
+    EXPECT_STREQ(korvoHalftoneTypeToStr(static_cast<DitherType>(10)), "None");
+    EXPECT_STREQ(korvoHalftoneTypeToStr(static_cast<DitherType>(-1)), "None");
+    EXPECT_EQ(korvoHalftoneTypeFromStr("tattoo"), DITHER_NONE);  // case counts
+    EXPECT_EQ(korvoHalftoneTypeFromStr("Tattoo_Q6"), 9);
+    EXPECT_EQ(korvoHalftoneTypeFromStr("Tattoo"), 8);  // not taken for its longer sibling
+
+    EXPECT_STREQ(korvoPathGetBasename("/a/b\\c"), "c");
+    EXPECT_STREQ(korvoPathGetBasename("a\\b/c"), "c");
+    EXPECT_STREQ(korvoPathGetBasename("/var/spool/"), "");
+    const char* plain = "rastertokorvoppli";
+    EXPECT_EQ(korvoPathGetBasename(plain), plain);
+    EXPECT_EQ(korvoPathGetBasename(nullptr), nullptr);
+
+    char dst[9];
+    std::memset(dst, 'Z', sizeof(dst));  // the last byte guards the eight handed over
+    EXPECT_EQ(korvoStrCpy(dst, "0123456789", 8), dst);
+    EXPECT_STREQ(dst, "0123456");
+    EXPECT_EQ(dst[8], 'Z');
+}
+
+TEST(Common, LogPrefixesAndTrailingNewline)
+{
+    const std::string out = captureStderr([] {
+        for (int level = 0; level <= 5; ++level)
+            korvoLogCommon(level, "L%d", level);
+        korvoLogCommon(0, "PAGE: %d\n", 1);
+    });
+    EXPECT_EQ(out, "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
+}
+
+TEST(Common, PpdLookupsFallBackToDefaults)
+{
+    EXPECT_EQ(korvoPpdGetChoice(nullptr, "PageSize"), nullptr);
+    EXPECT_STREQ(korvoPpdGetChoiceAsStrDefault(nullptr, "PageSize", "def"), "def");
+    EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(nullptr, "GapsHeight", 31), 31);
+    EXPECT_EQ(korvoPpdGetChoiceAsBoolDefault(nullptr, "MirrorImage", 1), 1);
+    EXPECT_STREQ(korvoPpdGetAttrAsStrDefault(nullptr, "ModelName", "", "none"), "none");
+    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(nullptr, "KorvoScale", "", 2.5), 2.5);
+
+    static const char text[] = "*PPD-Adobe: \"4.3\"\n"
+                               "*KorvoScale: \"1.75\"\n"
+                               "*KorvoGap Label/Label paper: \"3.5\"\n"
+                               "*OpenUI *GapsHeight/Gap: PickOne\n"
+                               "*DefaultGapsHeight: 3\n"
+                               "*GapsHeight 0/0 mm: \"\"\n"
+                               "*GapsHeight 3/3 mm: \"\"\n"
+                               "*CloseUI: *GapsHeight\n";
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    ASSERT_EQ(write(fds[1], text, sizeof(text) - 1), static_cast<ssize_t>(sizeof(text) - 1));
+    close(fds[1]);
+    ppd_file_t* ppd = ppdOpenFd(fds[0]);  // closes fds[0]
+    ASSERT_NE(ppd, nullptr) << ppdErrorString(ppdLastError(nullptr));
+    // Nothing marked: the option's default choice, not its first.
+    EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(ppd, "GapsHeight", 99), 3);
+    EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(ppd, "NoSuchOption", -1), -1);
+    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoScale", "", -1.0), 1.75);
+    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoGap", "Label", -1.0), 3.5);
+    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoGap", "Roll", 6.25), 6.25);
+    EXPECT_STREQ(korvoPpdGetAttrAsStrDefault(ppd, "NoSuchAttr", "", "x"), "x");
+    ppdClose(ppd);
+}

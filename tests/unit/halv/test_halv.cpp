@@ -1,0 +1,220 @@
+// The tattoo toolkit on examples worked out by hand, and every stage and both
+// entry points against the literal model of tests/process/reference.
+#include "halv/halvDither.h"
+#include "halv/halvEnhance.h"
+#include "halv/halvMath.h"
+
+#include "TattooReference.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+
+namespace ref = pageref::tattoo;
+
+namespace {
+
+// Gradients, a bright disc and a dark bar with hard edges, and grain.
+ref::Plane photo(int w, int h, uint32_t seed = 12345)
+{
+    ref::Plane p(w, h);
+    for (int i = 0; i < w * h; ++i) {
+        const int x = i % w, y = i / w, disc = (x - w / 3) * (x - w / 3) + (y - h / 2) * (y - h / 2) < w * w / 25;
+        const int v = x > 2 * w / 3 && x < 2 * w / 3 + w / 10 ? 15 : disc ? 230 - x * 66 / w : x * 200 / w + y * 55 / h;
+        seed = seed * 1664525u + 1013904223u;
+        p.px[i] = uint8_t(std::clamp(v + int((seed >> 24) % 41) - 20, 0, 255));
+    }
+    return p;
+}
+
+ref::Plane row(std::vector<uint8_t> px) { ref::Plane p(int(px.size()), 1); p.px = px; return p; }
+ref::Plane ramp() { ref::Plane p(256, 1); std::iota(p.px.begin(), p.px.end(), 0); return p; }
+HalvImage image(const ref::Plane& p) { return {p.width, p.height, HALV_IMG_GRAY, const_cast<uint8_t*>(p.px.data())}; }
+std::vector<uint8_t> bytes(const HalvImage& i) { return {i.data, i.data + size_t(i.width) * i.height}; }
+float bits(uint32_t b) { float f; std::memcpy(&f, &b, sizeof f); return f; }
+
+// The loop of my_sqrt or my_ln as written, without a bound; steps is -1 when
+// it provably never ends, having come back to a value it had (Brent).
+template <typename Step>
+float unbounded(float y, Step step, long long& steps)
+{
+    float saved = y;
+    long long power = 1, since = 0;
+    for (steps = 1;; ++steps) {
+        const float n = step(y);
+        if (1e-6f > std::fabs(n - y)) return y;  // a NaN difference goes on
+        if ((y = n) == saved) return steps = -1, y;
+        if (++since == power) saved = y, power *= 2, since = 0;
+    }
+}
+
+}  // namespace
+
+TEST(HalvMath, WorkedExamples)
+{
+    EXPECT_EQ(my_sqrt(4.0f), 2.0f);  // start value 2, the first step leaves it
+    // The absolute stop test ends 1e-10 well above its root, on the guess before the last step.
+    const float r = my_sqrt(1e-10f), last = 0.5f * (r + 1e-10f / r);
+    EXPECT_TRUE(r > last && r - last < 1e-6f && r > 1.01e-5f) << r;
+    for (auto [x, rounded] : {std::pair{2.5f, 3}, {-2.5f, -3}, {0.49999997f, 1}, {-0.49999997f, -1}, {0.4f, 0}})
+        EXPECT_EQ(my_round(x), rounded) << x;  // 0.49999997 + 0.5 rounds up to 1 in float
+    double series = 1.0, term = 1.0;  // 1 + 30 + ... + 30^20 / 20!
+    for (int n = 1; n <= 20; ++n) series += term *= 30.0 / n;
+    EXPECT_NEAR(my_exp(30.0f) / series, 1.0, 1e-5);  // far below e^30 = 1.07e13
+    EXPECT_EQ(my_exp(-2.5f), float(1.0 / double(my_exp(2.5f))));
+    EXPECT_EQ(my_ln(1.0f), 0.0f);
+    const float big = my_ln(1e30f);  // the short series reaches 1e30 far above 69.08
+    EXPECT_GT(big, 200.0f);
+    EXPECT_NEAR(my_exp(big) / 1e30f, 1.0f, 1e-3f);
+    const float powers[][3] = {{0, 0, 1}, {0, 2, 0}, {0, -1, -1}, {-2, 0.5f, -1}, {-2, 2, my_exp(-2)}};
+    for (auto [x, y, expect] : powers) EXPECT_EQ(my_pow(x, y), expect) << x << "^" << y;
+    // NaN and infinity would never settle; they come back at once.
+    EXPECT_TRUE(std::isnan(my_sqrt(NAN)) && std::isnan(my_ln(NAN)));
+    EXPECT_EQ(my_sqrt(INFINITY), INFINITY);
+    EXPECT_FALSE(my_ln(INFINITY) < 1e30f);
+}
+
+// The loop bounds never change a result: on a dense sample of finite floats
+// the unbounded loops stop well inside them and agree. sqrt halves its guess
+// down to the root, then converges: 68 steps at most over all floats. ln
+// climbs about 1 a step: ~1050 steps at FLT_MAX, and below 1 back from its
+// first guess near -0.368 / x, 2^24 steps at most (at 0x1.78b56p-26). Tiny
+// denormals jump to -infinity, and one input in ~2000 hops round a cycle,
+// where the shipped loop ends on a value of it.
+TEST(HalvMath, LoopBoundsNeverChangeAResult)
+{
+    long long steps = 0, worst = 0, cycles = 0;
+    auto sqrtCheck = [&](uint32_t b) {
+        const float x = bits(b), expect = unbounded(x / 2, [x](float g) { return 0.5f * (g + x / g); }, steps);
+        if (b == 1) return;  // halves to 0, then stays at infinity
+        ASSERT_GT(steps, 0) << x;
+        ASSERT_EQ(my_sqrt(x), expect) << x;
+        worst = std::max(worst, steps);
+    };
+    for (uint64_t b = 1; b <= 0x7f7fffffu; b += 4099) sqrtCheck(uint32_t(b));
+    for (uint32_t b = 1; b < 4096; ++b) sqrtCheck(b), sqrtCheck(0x7f7fffffu - b);
+    EXPECT_EQ(my_sqrt(bits(1)), my_sqrt(bits(2)));
+    EXPECT_LE(worst * 8, kHalvSqrtMaxSteps);
+    worst = 0;
+    auto lnCheck = [&](float x) {
+        const float expect = unbounded((x - 1) / (1 + x), [x](float y) { return y - (ref::myExp(y) - x) / x; }, steps);
+        const float got = my_ln(x);
+        cycles += steps < 0 && expect != -INFINITY;
+        ASSERT_TRUE(got == expect || (steps < 0 && std::fabs(got - expect) <= 1e-5f * std::fabs(expect))) << x;
+        worst = std::max(worst, steps);
+    };
+    for (uint32_t e = 0; e < 255; ++e) {  // one input a binade where one takes ~0.368 / x steps
+        const bool slow = bits(e << 23) >= 1.4e-8f && bits(e << 23) < 1e-3f;
+        for (uint32_t k = slow ? 0x7fffff : 1; k <= 0x7fffff; k += slow ? 1 : 0x7fff) lnCheck(bits((e << 23) | k));
+    }
+    lnCheck(0x1.78b56p-26f);
+    EXPECT_GT(cycles, 0);
+    EXPECT_GE(worst, 16777208);
+    EXPECT_LE(worst * 4, kHalvLnMaxSteps);
+}
+
+TEST(HalvTattoo, WorkedExamples)
+{
+    HalvImage lut = image(ramp());
+    enh_piecewise_gamma(lut, 64, 0.85f, 0.7f);
+    const int entries[][2] = {{0, 0}, {1, 1}, {2, 3}, {63, 63}, {64, 64}, {65, 68}, {128, 152}, {254, 254}, {255, 255}};
+    for (auto [in, out] : entries) EXPECT_EQ(lut.data[in], out) << "entry " << in;
+    auto levels = [](std::vector<std::pair<int, int>> parts) {
+        std::vector<uint8_t> px;
+        for (auto [value, count] : parts) px.insert(px.end(), count, uint8_t(value));
+        return thresh_global_moments(image(row(px)));
+    };
+    EXPECT_EQ(levels({{0, 50}, {255, 50}}), 255);  // the share at 0 is 0.5, not above p0 = 0.5
+    EXPECT_EQ(levels({{40, 50}, {200, 50}}), 200);
+    EXPECT_EQ(levels({{0, 30}, {255, 70}}), 0);
+    EXPECT_EQ(thresh_global_moments(image(ramp())), 128);
+    EXPECT_EQ(levels({{93, 1000}}), 128);  // one level: a NaN discriminant
+    // 4a - 3b: 1020 and -765 clamp, 400 - 270 does not.
+    EXPECT_EQ(bytes(add_Weighted(image(row({255, 0, 100})), image(row({0, 255, 90})), 3.0f)), row({255, 0, 130}).px);
+    const ref::Plane column = photo(1, 40);  // each horizontal tap reads the pixel itself
+    EXPECT_EQ(bytes(convolve1D(image(column), ref::gaussianKernel1D(11, 3.0).data(), 11, true)), column.px);
+    const ref::Plane flat = row(std::vector<uint8_t>(300, 77));
+    EXPECT_EQ(bytes(enh_unsharp_mask(image(flat), 300.0f, 11)), flat.px);
+}
+
+// A few pixels of each stage worked out here in the stated precision and
+// order, so that a change of either fails even where the model follows it.
+TEST(HalvTattoo, HandComputedPixels)
+{
+    const ref::Plane page = photo(64, 48, 99);
+    HalvImage g = image(page);
+    enh_piecewise_gamma(g, 64, 0.85f, 0.7f);
+    for (int i : {100, 1500, 2900}) {
+        const float v = page.px[i];
+        const float f = v < 64 ? my_pow(v / 64.0f, 0.85f) * 64.0f : my_pow((v - 64.0f) / 191.0f, 0.7f) * 191.0f + 64.0f;
+        EXPECT_EQ(g.data[i], uint8_t(int(f))) << "gamma of " << v;
+    }
+    const std::vector<double> k = ref::gaussianKernel1D(11, 3.0);
+    const HalvImage blurred = enh_gaussian_filter_fast(g, 11, 3.0), sharp = enh_unsharp_mask(g, 300.0f, 11);
+    for (auto [x, y] : {std::pair{20, 20}, {40, 30}, {2, 45}}) {
+        double down = 0.0;  // the horizontal sums are rounded to bytes first
+        for (int r = -5; r <= 5; ++r) {
+            double across = 0.0;
+            for (int j = -5; j <= 5; ++j)
+                across += g.data[myClamp(y + r, 0, 47) * 64 + myClamp(x + j, 0, 63)] * k[j + 5];
+            down += double(uint8_t(my_round(float(across)))) * k[r + 5];
+        }
+        const int b = my_round(float(down));
+        EXPECT_EQ(blurred.data[y * 64 + x], b);
+        const float v = (float(g.data[y * 64 + x]) * 4.0f + float(b) * -3.0f) + 0.0f;
+        EXPECT_EQ(sharp.data[y * 64 + x], myClamp(my_round(v), 0, 255));
+    }
+    // The first row of the diffusion: border pixels, error carried to the right.
+    const HalvImage out = edf_cus(sharp, 128);
+    float carried[66] = {};
+    for (int x = 0; x < 64; ++x) {
+        const float v = carried[x] + float(sharp.data[x]), e = v > 128.0f ? v - 255.0f : v;
+        EXPECT_EQ(out.data[x], v > 128.0f ? 255 : 0) << "pixel " << x;
+        carried[x + 1] += e * 0.505786f;
+        carried[x + 2] += e * -0.052926f;
+    }
+}
+
+// Every stage on a photo, then both entry points on it and on the pages the
+// unguarded rules never finish: one level (0/0 moments), equal parts of 0
+// and 255 (threshold 255, where Tattoo_Q6 splits its gamma curve), 95 %
+// level 3 and 5 % 255, one pixel, one row, one column.
+TEST(HalvTattoo, StagesAndEntryPointsAsTheModel)
+{
+    const ref::Plane page = photo(301, 233, 777);
+    EXPECT_EQ(thresh_global_moments(image(page)), ref::momentThreshold(page));
+    for (auto [low, high] : {std::pair{0.85f, 0.7f}, {0.5f, 1.5f}})
+        for (int split = -1; split <= 255; ++split) {  // every split the threshold can give
+            ref::Plane expect = ramp();
+            HalvImage lut = image(expect);
+            ref::piecewiseGamma(expect, split, low, high);
+            enh_piecewise_gamma(lut, split, low, high);
+            ASSERT_EQ(bytes(lut), expect.px) << "split " << split << ", " << low << " and " << high;
+        }
+    ref::Plane g = page;
+    ref::piecewiseGamma(g, 64, 0.85f, 0.7f);
+    const std::vector<double> k = ref::gaussianKernel1D(11, 3.0);
+    for (bool horizontal : {true, false})
+        EXPECT_EQ(bytes(convolve1D(image(g), k.data(), 11, horizontal)), ref::convolve1D(g, k, horizontal).px);
+    const ref::Plane blurred = ref::gaussianBlur(g, 11, 3.0), sharp = ref::unsharpMask(g, 300.0f, 11);
+    EXPECT_EQ(bytes(enh_gaussian_filter_fast(image(g), 11, 3.0)), blurred.px);
+    EXPECT_EQ(bytes(add_Weighted(image(g), image(blurred), 3.0f)), ref::addWeighted(g, blurred, 3.0f).px);
+    EXPECT_EQ(bytes(enh_unsharp_mask(image(g), 300.0f, 11)), sharp.px);
+    for (int threshold : {ref::momentThreshold(page), -1, 0, 255})
+        EXPECT_EQ(bytes(edf_cus(image(sharp), threshold)), ref::errorDiffusion(sharp, threshold).px) << threshold;
+    ref::Plane halves(50, 40), mostly3(20, 20);
+    for (int i = 0; i < 2000; ++i) halves.px[i] = i % 50 < 25 ? 0 : 255;
+    for (int i = 0; i < 400; ++i) mostly3.px[i] = i % 20 ? 3 : 255;
+    std::vector<ref::Plane> pages = {page, halves, mostly3, photo(1, 60), photo(60, 1), row({90})};
+    for (uint8_t level : {0, 100, 255}) pages.push_back(ref::Plane(50, 40)), pages.back().px.assign(2000, level);
+    for (bool q6 : {false, true})
+        for (ref::Plane& p : pages) {
+            HalvImage source = image(p);
+            const HalvImage out = q6 ? halvTattooDitheringQ6(source) : halvTattooDithering(source);
+            EXPECT_EQ(bytes(out), ref::halftone(p, q6).image.px) << p.width << "x" << p.height << (q6 ? " Q6" : "");
+            EXPECT_EQ(bytes(source), p.px);  // left alone
+        }
+}

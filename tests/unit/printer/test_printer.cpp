@@ -1,0 +1,97 @@
+// Setter clamping, output streams, feeds out of range, packing and transfer the filter never asks for.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include "OndrelPrinter.h"
+
+using Bytes = std::vector<uint8_t>;
+
+namespace {
+
+// A FILE* writing into memory.
+struct MemStream {
+    char* buf = nullptr;
+    size_t len = 0;
+    FILE* file = open_memstream(&buf, &len);
+    ~MemStream() { fclose(file), free(buf); }
+    Bytes bytes() { return fflush(file), Bytes(buf, buf + len); }
+};
+
+}  // namespace
+
+TEST(Printer, DefaultsAndClampingSetters)
+{
+    OndrelPrinter printer;
+    EXPECT_EQ(printer.getPrintSpeed(), 7);
+    EXPECT_EQ(printer.getPrintDensity(), 8);
+    EXPECT_EQ(printer.getBrightness(), 0);
+    EXPECT_EQ(printer.getContrast(), 0);
+    const std::pair<int, int> clamps[] = {{-101, -100}, {-100, -100}, {100, 100}, {101, 100}};
+    for (const auto& [in, stored] : clamps) {
+        printer.setBrightness(in);
+        printer.setContrast(in);
+        EXPECT_EQ(printer.getBrightness(), stored) << in;
+        EXPECT_EQ(printer.getContrast(), stored) << in;
+    }
+    printer.setPrintDensity(-1);
+    EXPECT_EQ(printer.getPrintDensity(), 0);
+    printer.setPrintDensity(16);
+    EXPECT_EQ(printer.getPrintDensity(), 15);
+    const std::pair<const char*, int> speeds[] = {{"0", 1}, {"abc", 1}, {"16", 15}, {"7", 7}};
+    for (const auto& [text, speed] : speeds) {
+        printer.setPrintSpeed(text);
+        EXPECT_EQ(printer.getPrintSpeed(), speed) << text;
+    }
+}
+
+TEST(Printer, EveryStreamGetsTheBytesInOrderAndFeedsKeepLowBits)
+{
+    MemStream first, second;
+    OndrelPrinter printer;
+    printer.getOutputStreams().assign({first.file, second.file});
+    const unsigned char block[] = {0x64, 0x00, 0x9B};
+    printer.printBytes(block, sizeof(block));
+    printer.printByte(0xFE);
+    printer.FeedPaper(5, 0x12345);
+    printer.FeedPaper(0x1FF, 2);
+    printer.FeedPaper(4, 0);
+    EXPECT_EQ(bNeedGoBack, 0);
+    printer.FeedPaper(3, 0);
+    EXPECT_EQ(bNeedGoBack, 1);
+    bNeedGoBack = 0;
+    const Bytes bytes = first.bytes();
+    EXPECT_EQ(second.bytes(), bytes);
+    ASSERT_EQ(bytes.size(), 4 + 4 * 13u);
+    EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 4), (Bytes{0x64, 0x00, 0x9B, 0xFE}));
+    // A feed packet carries the mode, then the lines low byte first, from its byte 5.
+    EXPECT_EQ(Bytes(bytes.begin() + 9, bytes.begin() + 12), (Bytes{0x05, 0x45, 0x23}));
+    EXPECT_EQ(Bytes(bytes.begin() + 22, bytes.begin() + 25), (Bytes{0xFF, 0x02, 0x00}));
+}
+
+TEST(Printer, PackingWithSkippedPixelsAndTransferOfNoRows)
+{
+    MemStream out;
+    OndrelPrinter printer;
+    printer.setSkipRightPixels(4);  // 20 pixels a row, 16 kept: 2 bytes a row
+    Bytes data(2 * 20, 0);
+    for (int x = 16; x < 20; ++x)
+        data[x] = data[20 + x] = 0xFF;  // dropped
+    data[0] = data[15] = data[20 + 9] = 1;
+    EXPECT_EQ(printer.GrayToMono(20, 2, data.data()), 4);
+    EXPECT_EQ(Bytes(data.begin(), data.begin() + 4), (Bytes{0x80, 0x01, 0x00, 0x40}));
+
+    printer.setSkipRightPixels(20);  // the whole row or more: ignored
+    Bytes row(20, 0);
+    row[0] = row[19] = 1;
+    EXPECT_EQ(printer.GrayToMono(20, 1, row.data()), 3);
+    EXPECT_EQ(Bytes(row.begin(), row.begin() + 3), (Bytes{0x80, 0x00, 0x10}));
+
+    printer.getOutputStreams().assign({out.file});
+    printer.SendImage(8, _SIZEL{64, 0}, row.data());
+    EXPECT_TRUE(out.bytes().empty());
+}
