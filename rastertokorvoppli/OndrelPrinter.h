@@ -3,11 +3,13 @@
 // the spooler's back channel.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 
 #include "CommandPacket.h"
+#include "SpoolerChannels.h"
 #include "printer/KorvoPrinter.h"
 
 // Set by every FeedPaper: 1 after a feed of any kind but 4, 0 after kind 4.
@@ -24,11 +26,12 @@ constexpr long kStatusReady = 0x800000;
 constexpr long kStatusPaperOut = 0x80000;
 constexpr long kStatusCoverOpen = 0x10000;
 
-// How the status wait polls: the shipped program asks 300 times, a second
-// apart.
+// How the status wait reaches the printer: at most pollLimit polls, interval
+// apart, over the spooler's channels.
 struct StatusPolling {
     int pollLimit = 300;
-    unsigned intervalMilliseconds = 1000;
+    std::chrono::milliseconds interval{1000};
+    SpoolerChannels channels;
 };
 
 class OndrelPrinter : public KorvoPrinter {

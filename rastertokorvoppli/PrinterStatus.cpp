@@ -1,8 +1,4 @@
-#include <cups/backend.h>
-#include <cups/sidechannel.h>
-#include <fcntl.h>
-#include <poll.h>
-
+// SPDX-License-Identifier: Apache-2.0
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -13,63 +9,19 @@
 
 namespace {
 
-constexpr int kBackChannelFd = 3;
 constexpr size_t kReplySize = 1024;
 constexpr double kChannelTimeout = 1.0;
-constexpr int kMaxStaleMessages = 64;
 
 const char* const kPolledModels[] = {"R27", "V315", "K5", "Q6"};
 
-// libcups spins forever reading a closed back channel, so every read is
-// guarded by this check.
-bool backChannelOpen()
-{
-    return fcntl(kBackChannelFd, F_GETFD) != -1;
-}
-
-bool backChannelHasData()
-{
-    pollfd pfd{kBackChannelFd, POLLIN, 0};
-    return poll(&pfd, 1, 0) == 1 && (pfd.revents & POLLIN) != 0;
-}
-
-// A reply that arrived after its poll timed out must not be taken as the
-// answer to the next query: drop every late drain answer and status reply.
-void dropStaleReplies()
-{
-    for (int i = 0; i < kMaxStaleMessages; ++i) {
-        cups_sc_command_t command;
-        cups_sc_status_t status;
-        char data[kReplySize];
-        int length = sizeof(data);
-        if (cupsSideChannelRead(&command, &status, data, &length, 0.0) != 0) {
-            break;
-        }
-    }
-    if (!backChannelOpen()) {
-        return;
-    }
-    for (int i = 0; i < kMaxStaleMessages && backChannelHasData(); ++i) {
-        char data[kReplySize];
-        if (cupsBackChannelRead(data, sizeof(data), 0.0) < 1) {
-            break;
-        }
-    }
-}
-
 // Reads the printer's reply. The space left shrinks by the running total,
 // not by each read's count, so only a few reads are made.
-long readReply(unsigned char* reply)
+long readReply(const SpoolerChannels& channels, unsigned char* reply)
 {
     long total = 0;
-    if (!backChannelOpen()) {
-        return total;
-    }
     long remaining = kReplySize;
     while (remaining > 0) {
-        const ssize_t count =
-            cupsBackChannelRead(reinterpret_cast<char*>(reply) + total, static_cast<size_t>(remaining),
-                                kChannelTimeout);
+        const ssize_t count = channels.readBackChannel(reply + total, static_cast<size_t>(remaining), kChannelTimeout);
         fprintf(stderr, "DEBUG: cupsBackChannelRead bytes %d\n", static_cast<int>(count));
         if (count < 1) {
             break;
@@ -121,21 +73,18 @@ bool OndrelPrinter::isPolledModel() const
 // the reply. Gives the status word when the reply carried one.
 std::optional<long> OndrelPrinter::queryStatus()
 {
-    dropStaleReplies();
+    polling_.channels.dropStaleReplies();
     sendPacket(kCmdStatusQuery, kSubStatusQuery, nullptr, 0);
     for (FILE* stream : getOutputStreams()) {
         fflush(stream);
     }
 
-    char drainData[kReplySize];
-    int drainLength = sizeof(drainData);
-    const cups_sc_status_t drained =
-        cupsSideChannelDoRequest(CUPS_SC_CMD_DRAIN_OUTPUT, drainData, &drainLength, kChannelTimeout);
+    const cups_sc_status_t drained = polling_.channels.drainOutput(kChannelTimeout);
     fprintf(stderr, "DEBUG: cups_sc_status_t = %d\n", drained);
 
     unsigned char reply[kReplySize];
     memset(reply, 0, sizeof(reply));
-    const long total = drained == CUPS_SC_STATUS_OK ? readReply(reply) : 0;
+    const long total = drained == CUPS_SC_STATUS_OK ? readReply(polling_.channels, reply) : 0;
     fprintf(stderr, "DEBUG: cupsBackChannelRead Printer Status Data %ld bytes - ", total);
     print_data_as_hex(reply, static_cast<size_t>(total));
 
@@ -163,7 +112,7 @@ bool OndrelPrinter::WaitForPrinterStatus(int mode)
                 return true;
             }
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(polling_.intervalMilliseconds));
+        std::this_thread::sleep_for(polling_.interval);
     }
     return false;
 }

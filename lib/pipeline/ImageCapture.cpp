@@ -107,8 +107,7 @@ FILE* createCaptureFile(const char* path)
 
 void KorvoPrinter::setCaptureTemplate(const char* fileNamePattern)
 {
-    const std::string pattern = captureDirectory_ + "/" + fileNamePattern;
-    korvoStrCpy(capturePathTemplate_, pattern.c_str(), sizeof(capturePathTemplate_));
+    korvoStrCpy(capturePathTemplate_, fileNamePattern, sizeof(capturePathTemplate_));
 }
 
 void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
@@ -117,14 +116,15 @@ void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLi
     const time_t now = time(nullptr);
     struct tm local;
     localtime_r(&now, &local);
-    char path[sizeof(capturePathTemplate_) + 64];
-    snprintf(path, sizeof(path), capturePathTemplate_, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+    char name[sizeof(capturePathTemplate_) + 64];
+    snprintf(name, sizeof(name), capturePathTemplate_, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
              local.tm_hour, local.tm_min, local.tm_sec, static_cast<long>(page_index));
     ++page_index;
 
-    FILE* file = createCaptureFile(path);
+    const std::string path = captureDirectory_ + "/" + name;
+    FILE* file = createCaptureFile(path.c_str());
     if (file == nullptr) {
-        fprintf(stderr, "KorvoPrinter::saveImage: unable to open the file %s\n", path);
+        fprintf(stderr, "KorvoPrinter::saveImage: unable to open the file %s\n", path.c_str());
         return;
     }
     const bool eightBits = bitsPerPixel == 8;

@@ -110,7 +110,7 @@ private:
     void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width,
                            size_t top, size_t bottom);
     void printProcessedImage();
-    // The capture file name: the capture directory, then the pattern.
+    // The capture file name pattern, taken in the capture directory.
     void setCaptureTemplate(const char* fileNamePattern);
 
     char capturePathTemplate_[1024];

@@ -1,4 +1,6 @@
-// Setter clamping, output streams, feeds out of range, packing and transfer the filter never asks for.
+// SPDX-License-Identifier: Apache-2.0
+// Setter clamping, output streams, feeds out of range, packing and transfer
+// the filter never asks for, and the filter's whole job run in-process.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,7 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "Filter.h"
+#include "FilterProcess.h"
 #include "OndrelPrinter.h"
+#include "RasterFile.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -18,8 +23,18 @@ struct MemStream {
     char* buf = nullptr;
     size_t len = 0;
     FILE* file = open_memstream(&buf, &len);
-    ~MemStream() { fclose(file), free(buf); }
-    Bytes bytes() { return fflush(file), Bytes(buf, buf + len); }
+
+    ~MemStream()
+    {
+        fclose(file);
+        free(buf);
+    }
+
+    Bytes bytes()
+    {
+        fflush(file);
+        return Bytes(buf, buf + len);
+    }
 };
 
 }  // namespace
@@ -94,4 +109,31 @@ TEST(Printer, PackingWithSkippedPixelsAndTransferOfNoRows)
     printer.getOutputStreams().assign({out.file});
     printer.SendImage(8, _SIZEL{64, 0}, row.data());
     EXPECT_TRUE(out.bytes().empty());
+}
+
+// Two runs in one process write the same stream: the tear-off feed that
+// ends the first job leaves no go-back feed pending for the second.
+TEST(Printer, FilterRunsInProcessAsOften)
+{
+    korvotest::TempDir dir;
+    const std::string raster = dir.file("job.ras");
+    korvotest::writeRaster(raster, {korvotest::uniformPage(8, 2, 203, 9), korvotest::uniformPage(8, 2, 203, 9)});
+    setenv("PPD", korvotest::builtPpd("korvr27.ppd").c_str(), 1);
+    std::string arguments[] = {"rastertokorvoppli", "1", "user", "title", "1",
+                               "Occurrence=EveryPage PostAction=TearOff", raster};
+    char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), arguments[3].data(),
+                    arguments[4].data(), arguments[5].data(), arguments[6].data()};
+    Bytes streams[2];
+    for (Bytes& stream : streams) {
+        MemStream out;
+        FilterEnvironment environment;
+        environment.output = out.file;
+        environment.captureDirectory = dir.path();
+        environment.geometryLogPath = dir.file("geometry.log");
+        environment.statusPollLimit = 0;
+        EXPECT_EQ(runFilter(7, argv, environment), 0);
+        stream = out.bytes();
+        EXPECT_EQ(bNeedGoBack, 1);
+    }
+    EXPECT_EQ(streams[0], streams[1]);
 }

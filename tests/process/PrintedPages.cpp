@@ -1,13 +1,9 @@
-#include "PrintedJob.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "PrintedPages.h"
 
 #include <gtest/gtest.h>
 
-#include "StreamWords.h"
-#include "korvostream/KorvoStream.h"
-
-using namespace korvotest;
-
-namespace printedjob {
+namespace korvotest {
 
 namespace {
 
@@ -26,7 +22,8 @@ pageref::PageInput pageInput(const RasterPage& page)
     return input;
 }
 
-// The image-row packets carry four rows each, the last one the rest.
+// The sizes of the image-row packets after the print area at that offset:
+// four rows each, the last one the rest.
 std::vector<size_t> packetSizes(const korvostream::Stream& stream, size_t areaOffsetInStream)
 {
     std::vector<size_t> sizes;
@@ -59,10 +56,12 @@ std::vector<size_t> packetSizes(const korvostream::Stream& stream, size_t areaOf
             return ::testing::AssertionFailure() << "packet " << i << " holds " << sizes[i] << " bytes";
         }
     }
-    for (size_t y = 0; y < expected.rows; ++y) {
-        for (size_t x = 0; x < expected.rowBytes * 8; ++x) {
-            if (actual.dot(x, y) != expected.dot(x, y)) {
-                return ::testing::AssertionFailure() << "dot (" << x << ", " << y << ") is " << actual.dot(x, y);
+    if (actual.packed != expected.packed) {
+        for (size_t y = 0; y < expected.rows; ++y) {
+            for (size_t x = 0; x < expected.rowBytes * 8; ++x) {
+                if (actual.dot(x, y) != expected.dot(x, y)) {
+                    return ::testing::AssertionFailure() << "dot (" << x << ", " << y << ") is " << actual.dot(x, y);
+                }
             }
         }
     }
@@ -70,41 +69,6 @@ std::vector<size_t> packetSizes(const korvostream::Stream& stream, size_t areaOf
 }
 
 }  // namespace
-
-uint32_t mix(uint32_t seed, unsigned x, unsigned y)
-{
-    uint64_t z = (static_cast<uint64_t>(seed) << 40) ^ (static_cast<uint64_t>(y) << 20) ^ x;
-    z += 0x9E3779B97F4A7C15ull;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
-    return static_cast<uint32_t>(z ^ (z >> 31));
-}
-
-Shade randomShade(uint32_t seed)
-{
-    return [seed](unsigned x, unsigned y) { return static_cast<uint8_t>(mix(seed, x, y)); };
-}
-
-Shade photoShade(uint32_t seed)
-{
-    return [seed](unsigned x, unsigned y) {
-        const int cx = int(x) - 20;
-        const int cy = int(y) - 12;
-        int v = int((x * 7 + y * 3) % 256);
-        if (cx * cx + cy * cy < 150) {
-            v = 230;
-        }
-        v += int(mix(seed, x, y) % 31) - 15;
-        return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
-    };
-}
-
-RasterPage page(unsigned width, unsigned height, unsigned dpi, const std::string& sizeName, const Shade& shade)
-{
-    RasterPage p = grayPage(width, height, dpi, shade);
-    snprintf(p.header.cupsPageSizeName, sizeof(p.header.cupsPageSizeName), "%s", sizeName.c_str());
-    return p;
-}
 
 std::string optionsFor(const pageref::JobSettings& s)
 {
@@ -119,27 +83,21 @@ std::string optionsFor(const pageref::JobSettings& s)
     return options;
 }
 
-FilterResult printAndCompare(const std::string& ppd, const std::vector<RasterPage>& pages,
-                             const pageref::JobSettings& settings, const std::string& extraOptions)
+std::vector<korvostream::Page> printAndCompare(Job job, const pageref::JobSettings& settings)
 {
-    TempDir dir;
-    writeRaster(dir.file("job.ras"), pages);
-    FilterRun run;
-    run.ppd = ppd;
-    run.rasterFile = dir.file("job.ras");
-    run.options = optionsFor(settings) + (extraOptions.empty() ? "" : " " + extraOptions);
-    const FilterResult result = runFilter(run);
+    job.options = (job.options.empty() ? "" : job.options + " ") + optionsFor(settings);
+    const FilterResult result = print(job);
     EXPECT_EQ(result.exitStatus, 0) << result.err;
     const korvostream::Stream stream = korvostream::parseStream(result.out);
     EXPECT_TRUE(stream.errors.empty());
     const std::vector<korvostream::Page> printed = korvostream::collectPages(stream);
-    EXPECT_EQ(printed.size(), pages.size()) << run.options;
-    for (size_t i = 0; i < printed.size() && i < pages.size(); ++i) {
-        const pageref::ProcessedPage expected = pageref::processPage(pageInput(pages[i]), settings);
+    EXPECT_EQ(printed.size(), job.pages.size()) << job.options;
+    for (size_t i = 0; i < printed.size() && i < job.pages.size(); ++i) {
+        const pageref::ProcessedPage expected = pageref::processPage(pageInput(job.pages[i]), settings);
         EXPECT_TRUE(samePage(printed[i], packetSizes(stream, printed[i].offset), expected.printed))
-            << "page " << i + 1 << " of a job with " << run.options;
+            << "page " << i + 1 << " of a job with " << job.options;
     }
-    return result;
+    return printed;
 }
 
-}  // namespace printedjob
+}  // namespace korvotest

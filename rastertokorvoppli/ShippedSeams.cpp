@@ -1,3 +1,0 @@
-#include "TestSeams.h"
-
-void applyTestSeams(OndrelPrinter&) {}

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+// The files the filter writes besides the printer stream: two bitmap
+// captures of every page and the page geometry log. Names, numbering,
+// permissions, contents, and names that are taken already.
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "Job.h"
+
+using namespace korvotest;
+
+namespace {
+
+std::vector<std::string> filesIn(const std::string& directory)
+{
+    std::vector<std::string> names;
+    if (DIR* dir = opendir(directory.c_str())) {
+        while (const dirent* entry = readdir(dir)) {
+            if (entry->d_name[0] != '.') {
+                names.push_back(entry->d_name);
+            }
+        }
+        closedir(dir);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+uint32_t le32(const std::vector<uint8_t>& b, size_t at)
+{
+    return b.at(at) | b.at(at + 1) << 8 | b.at(at + 2) << 16 | uint32_t(b.at(at + 3)) << 24;
+}
+
+Job twoPages(const std::string& captureDir)
+{
+    return {.pages = {grayPage(10, 3, 203, randomShade(1)), grayPage(10, 3, 203, randomShade(2))},
+            .run = {.captureDir = captureDir}};
+}
+
+// The name a capture takes at that time: origin or processed page, number.
+std::string captureName(time_t when, int number)
+{
+    tm local;
+    localtime_r(&when, &local);
+    char name[128];
+    snprintf(name, sizeof(name), "%s_%d-%d-%d_%d_%d_%d_%d.bmp", number % 2 ? "dithered" : "origin",
+             local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+             number);
+    return name;
+}
+
+// Origin and processed captures alternate, numbered 0 to 3 over two pages,
+// private to their owner. A page 10 pixels wide declares rows of 12 bytes
+// but its body is the 10 x 3 bytes as they lie in memory.
+TEST(Files, TwoCapturesPerPageNumberedInTurn)
+{
+    TempDir captures;
+    const time_t before = time(nullptr);
+    ASSERT_EQ(print(twoPages(captures.path())).exitStatus, 0);
+    const time_t after = time(nullptr);
+    const std::vector<std::string> files = filesIn(captures.path());
+    ASSERT_EQ(files.size(), 4u);
+    for (int number = 0; number < 4; ++number) {
+        const auto match = std::find_if(files.begin(), files.end(), [&](const std::string& name) {
+            return name == captureName(before, number) || name == captureName(after, number);
+        });
+        ASSERT_NE(match, files.end()) << number;
+        struct stat info;
+        ASSERT_EQ(stat(captures.file(*match).c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0600u);
+
+        const std::vector<uint8_t> bmp = readFile(captures.file(*match));
+        ASSERT_EQ(bmp.size(), 54u + 1024u + 10u * 3u);
+        const std::pair<size_t, uint32_t> fields[] = {
+            {2, 1078u + 12u * 3u},  // file size, counting padded rows
+            {10, 1078},
+            {14, 40},
+            {18, 10},
+            {22, 3},
+            {26, 1 | 8 << 16},  // planes, bits per pixel
+            {34, 12u * 3u},
+            {46, 256},
+            {50, 256},
+            {54 + 4 * 200, 200u << 16 | 200u << 8 | 200u},  // the gray ramp
+        };
+        EXPECT_EQ(bmp[0] | bmp[1] << 8, 0x4D42);
+        for (const auto& [offset, value] : fields) {
+            EXPECT_EQ(le32(bmp, offset), value) << "at " << offset;
+        }
+        if (number == 0) {
+            const RasterPage first = grayPage(10, 3, 203, randomShade(1));
+            EXPECT_TRUE(std::equal(first.pixels.begin(), first.pixels.end(), bmp.begin() + 1078));
+        }
+    }
+}
+
+// Every name the job can take in the next few seconds is taken already, as
+// a symbolic link to a file of someone else or as a file: the captures are
+// not written, the pages print.
+TEST(Files, CapturesNeverReplaceOrFollowExistingNames)
+{
+    TempDir dir;
+    TempDir captures;
+    const std::string victim = dir.file("victim");
+    writeFile(victim, "k");
+    const time_t now = time(nullptr);
+    for (time_t t = now; t < now + 5; ++t) {
+        for (int number = 0; number < 4; ++number) {
+            if (number < 2) {
+                ASSERT_EQ(symlink(victim.c_str(), captures.file(captureName(t, number)).c_str()), 0);
+            } else {
+                writeFile(captures.file(captureName(t, number)), "x");
+            }
+        }
+    }
+    const FilterResult taken = print(twoPages(captures.path()));
+    EXPECT_EQ(taken.exitStatus, 0);
+    EXPECT_EQ(taken.pages().size(), 2u);
+    EXPECT_EQ(readText(victim), "k");
+    EXPECT_EQ(filesIn(captures.path()).size(), 20u);
+    for (const std::string& name : filesIn(captures.path())) {
+        if (name.find("_2.bmp") != std::string::npos || name.find("_3.bmp") != std::string::npos) {
+            EXPECT_EQ(readText(captures.file(name)), "x");
+        }
+    }
+}
+
+// The geometry log is rewritten for every page and never written through a
+// symbolic link.
+TEST(Files, GeometryLog)
+{
+    TempDir dir;
+    Job job{.pages = {uniformPage(24, 5, 300, 0), uniformPage(8, 2, 203, 0)}, .run = {.geometryLog = dir.file("log")}};
+    EXPECT_EQ(print(job).geometryLog, "cupsWidth:8, cupsHeight:2, cupsBytesPerLine:8, cupsBitsPerPixel:8\n");
+    unlink(dir.file("log").c_str());
+    writeFile(dir.file("victim"), "k");
+    ASSERT_EQ(symlink(dir.file("victim").c_str(), dir.file("log").c_str()), 0);
+    EXPECT_EQ(print(job).exitStatus, 0);
+    EXPECT_EQ(readText(dir.file("victim")), "k");
+}
+
+}  // namespace

@@ -1,0 +1,327 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the filter tells the spooler on standard error: usage and failures,
+// the page loop, the job settings, the page header and pipeline logs, and
+// the printer's status from the back channel.
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "Job.h"
+#include "PrinterChannels.h"
+
+using namespace korvotest;
+
+namespace {
+
+// Each text must be found after the one before it.
+::testing::AssertionResult inOrder(const std::string& err, const std::vector<std::string>& texts)
+{
+    size_t at = 0;
+    for (const std::string& text : texts) {
+        const size_t found = err.find(text, at);
+        if (found == std::string::npos) {
+            return ::testing::AssertionFailure() << "missing or out of order: " << text;
+        }
+        at = found + text.size();
+    }
+    return ::testing::AssertionSuccess();
+}
+
+std::string floatText(double value)
+{
+    char text[64];
+    snprintf(text, sizeof(text), "%f", static_cast<double>(static_cast<float>(value)));
+    return text;
+}
+
+// Arguments, input and the paper size are checked before anything goes to
+// the printer; the shipped program ends with its message and status 1.
+TEST(Messages, EarlyEndings)
+{
+    TempDir dir;
+    const std::pair<FilterRun, std::string> cases[] = {
+        {{.shipped = true, .args = {"1", "user", "title", "1"}},
+         "rastertokorvoppli v1.0.0\n\nUsage:\n\n    rastertokorvoppli job_id user title copyies options [file]\n\n"},
+        {{.shipped = true, .rasterFile = dir.file("missing.ras"), .ppd = builtPpd("korvr27.ppd")},
+         "ERROR: Unable to open raster file - "},
+        {{.shipped = true, .stdinFile = "/dev/null"},
+         "ERROR: Paper size must not less than 1.0 : (0.000000, 0.000000)\n"},
+    };
+    for (const auto& [run, message] : cases) {
+        const FilterResult result = runFilter(run);
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), message.size())), message);
+        EXPECT_TRUE(result.out.empty());
+    }
+}
+
+TEST(Messages, PageLoopAndFailures)
+{
+    const RasterPage good = uniformPage(16, 2, 203, 200);
+    RasterPage oneBit = good;
+    oneBit.header.cupsBitsPerPixel = 1;
+    RasterPage tooLarge = good;
+    tooLarge.header.cupsWidth = tooLarge.header.cupsBytesPerLine = tooLarge.header.cupsHeight = 70000;
+    tooLarge.pixels.clear();
+    RasterPage wide = good;
+    wide.header.cupsWidth = 20;
+    RasterPage zeroWidth = good;
+    zeroWidth.header.cupsWidth = 0;
+    RasterPage unreadable = uniformPage(32, 10, 203, 0);
+    unreadable.pixels.resize(96);
+    const std::pair<std::vector<RasterPage>, std::vector<std::string>> cases[] = {
+        {{good, good},
+         {"DEBUG: Enter jobSetup\n", "DEBUG: Exit jobSetup\n", "INFO: page 1\n", "INFO: page 2\n",
+          "DEBUG: Enter jobEnd\n", "DEBUG: Exit jobEnd\n", "STATE: -media-empty-warning\n"}},
+        {{good, oneBit}, {"ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per pixel!\n"}},
+        {{tooLarge}, {"ERROR:Page too large: 70000 bytes per line x 70000 lines exceeds 4 GiB\n"}},
+        {{good, wide}, {"ERROR:Page width 20 is larger than its 16 bytes per line\n"}},
+        {{good, zeroWidth},
+         {"INFO: page 2\n", "CRIT:dibimage.CreateFromArray with grey failed!\n",
+          "ERROR:printImage: pimage is NULL, unable to print the image\n"}},
+        // A page whose pixels cannot be read is not counted.
+        {{good, unreadable}, {"INFO: page 1\n", "DEBUG:PAGE: 1 1\n", "STATE: -media-empty-warning\n"}},
+    };
+    for (const auto& [pages, lines] : cases) {
+        const FilterResult result = print({.pages = pages});
+        EXPECT_TRUE(inOrder(result.err, lines)) << result.err;
+        EXPECT_EQ(result.errHasLine("STATE: -media-empty-warning"), result.exitStatus == 0);
+    }
+}
+
+TEST(Messages, CapturesThatCannotBeWritten)
+{
+    const FilterResult result = print({.pages = {uniformPage(8, 2, 203, 0)}, .run = {.captureDir = "/nonexistent"}});
+    EXPECT_EQ(result.errCount("KorvoPrinter::saveImage: unable to open the file /nonexistent/"), 2u);
+    EXPECT_EQ(result.pages().size(), 1u);
+}
+
+// The conversions of the settings as they are logged: "middle" is not
+// "Middle"; the low byte of 255 is -1 as a signed char; integers and
+// booleans go through atoi, so "abc" and "off" give 0, not the default;
+// halftone names are case-sensitive; the page size is in mm; the mere
+// presence of AntiWrinkle makes a stencil printer.
+TEST(Messages, JobSettings)
+{
+    const std::string conversions = KORVO_TEST_DATA_DIR "/conversions.ppd";
+    const RasterPage page = uniformPage(16, 2, 203, 0);
+    const std::pair<Job, std::vector<std::string>> cases[] = {
+        {{.ppd = conversions, .pages = {page}},
+         {"GapsHeight:0", "Origin:Rotation180", "MirrorImage:-1", "NegativeImage:0", "Darkness:0",
+          "halftoneType:0", "PageSize:w288h432", "pageWidth:101.606400", "pageHeight:" + floatText(432 * 0.3528),
+          "AntiWrinkle:-1", "IsTattooPrinter:0", "ModelName:TEST"}},
+        {{.ppd = conversions,
+          .pages = {page},
+          .options = "Darkness=Dark MirrorImage=256 NegativeImage=7 GapsHeight=4 HalftoneType=Stucki Origin=Normal"},
+         {"GapsHeight:4", "MirrorImage:0", "NegativeImage:7", "Darkness:15", "halftoneType:4"}},
+        {{.ppd = conversions, .pages = {page}, .options = "MirrorImage=YES"}, {"MirrorImage:1"}},
+        {{.ppd = "korvk5.ppd", .pages = {page}, .options = "Darkness=Light Brightness=-30"},
+         {"Darkness:1", "halftoneType:8", "AntiWrinkle:0", "IsTattooPrinter:1", "Brightness:-30"}},
+        {{.pages = {page}}, {"halftoneType:0", "PageSize:A4", "AntiWrinkle:-1", "IsTattooPrinter:0"}},
+    };
+    for (const auto& [job, lines] : cases) {
+        std::vector<std::string> expected;
+        for (const std::string& line : lines) {
+            expected.push_back("DEBUG:settings->" + line + "\n");
+        }
+        EXPECT_TRUE(inOrder(print(job).err, expected)) << job.options;
+    }
+    const FilterResult tiny = print({.ppd = conversions, .pages = {page}, .options = "PageSize=Tiny"});
+    EXPECT_EQ(tiny.exitStatus, 1);
+    EXPECT_TRUE(tiny.errHasLine("ERROR: Paper size must not less than 1.0 : (" + floatText(2 * 0.3528) + ", " +
+                                floatText(2 * 0.3528) + ")"));
+    EXPECT_TRUE(inOrder(print({.ppd = conversions, .pages = {page}}).err,
+                        {"DEBUG:Custom Size: (288.000000,432.000000,0.000000,0.000000,288.000000,432.000000)\n"}));
+}
+
+// The header of every page; the two formats ending in a newline leave an
+// empty line.
+TEST(Messages, PageHeaderAndGeometry)
+{
+    const FilterResult result = print({.pages = {uniformPage(24, 5, 300, 0)}});
+    EXPECT_TRUE(inOrder(result.err, {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
+                                     "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\n"
+                                     "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:24\n"
+                                     "DEBUG:header.cupsHeight:5\n"}));
+    EXPECT_EQ(result.geometryLog, "cupsWidth:24, cupsHeight:5, cupsBytesPerLine:24, cupsBitsPerPixel:8\n");
+}
+
+// The pipeline's log of one page, in order, with the values of the
+// processed-image line after "width:" and "bytes per line:" the other way
+// round; and the frame's log, level 2 on Tattoo_A6 at 300 dpi: canvas 1181
+// + 2 x 24 by 1394 + 2 x 12; a 1201 x 1400 page grows by 14 and 9 dots on
+// each side to 1229 x 1418.
+TEST(Messages, PipelineAndFrameLogs)
+{
+    RasterPage padded = grayPage(13, 3, 203, randomShade(4));
+    padded.header.cupsBytesPerLine = 16;
+    padded.pixels.resize(16 * 3, 0);
+    EXPECT_TRUE(inOrder(print({.pages = {padded}, .options = "NegativeImage=True"}).err,
+                        {
+                            "DEBUG:printImage: Start processing image, input width: 13, height: 3, bytes per line: 16",
+                            "DEBUG:printImage: Memory allocated successfully, size: 48 bytes",
+                            "DEBUG:printImage: Saving original image, file path will be generated based on time",
+                            "DEBUG:printImage: Memory for processing result allocated successfully, size: 48 bytes",
+                            "DEBUG:PageProcess: HALV dithering is disabled",
+                            "DEBUG:PageProcess: Successfully created DibImage from array with stride 16",
+                            "DEBUG:PageProcess: Applied default dithering and increased bit depth",
+                            "DEBUG:PageProcess: negativePrint_ 1",
+                            "DEBUG:PageProcess: Inverting the image for negative print",
+                            "DEBUG:PageProcess: Filled the output buffer with processed pixels, length: 48",
+                            ", width: 16, height: 3, bytes per line: 13, number of top blank lines: 0",
+                            "DEBUG:printImage: Saving processed image, file path will be generated based on time",
+                            "DEBUG:printImage: Starting to print the processed image",
+                            "DEBUG:doPrintImage: Input image size - width: 13, height: 3",
+                            "DEBUG:GrayToMono, bpl(16), h(3), skipPixels(0), wb(16)",
+                            "DEBUG:doPrintImage: Converted image size in bytes: 6",
+                            "DEBUG:SendImage sizel(13, 3), wBytes(2), blocks(0)",
+                            "DEBUG:doPrintImage: Image sent to the printer.",
+                            "DEBUG:printImage: Freed the allocated memory, address: (nil)",
+                            "DEBUG:printImage: Image processing completed",
+                        }));
+    const FilterResult framed = print({.ppd = "korvk5.ppd",
+                                       .pages = {grayPage(1201, 1400, 300, randomShade(3), "Tattoo_A6")},
+                                       .options = "HalftoneType=None AntiWrinkle=2"});
+    EXPECT_TRUE(inOrder(framed.err,
+                        {"DEBUG:EnableAntiWrink: AntiWrinkle level: 2, line_v: 24 points, line_h: 12 points.\n"
+                         "DEBUG:EnableAntiWrink: Page size is Tattoo_A6, CanvasWidth: 1229, CanvasHeight: 1418\n"
+                         "DEBUG:EnableAntiWrink: Image width is less than canvas width, exPoints: 14\n"
+                         "DEBUG:EnableAntiWrink: Image height is less than canvas height, eyPoints: 9\n"
+                         "DEBUG:EnableAntiWrink: Image expanded successfully.\n"
+                         "DEBUG:EnableAntiWrink: Drawing left line. point(0, 0, 24, 1418)\n"
+                         "DEBUG:EnableAntiWrink: Drawing top line. point(0, 0, 1229, 12)\n"
+                         "DEBUG:EnableAntiWrink: Drawing right line. point(1205, 0, 1229, 1418)\n"
+                         "DEBUG:EnableAntiWrink: Drawing bottom line. point(0, 1406, 1229, 1418)\n"}));
+}
+
+constexpr uint64_t kReady = 0x800000;
+constexpr uint64_t kPaperOut = 0x80000;
+constexpr uint64_t kCoverOpen = 0x10000;
+
+const std::string kReadyLines = "STATE: -media-empty-warning\nINFO: Printing\nSTATE: -cover-open-warning\n";
+const std::string kPaperOutLines = "STATE: +media-empty-warning\nINFO: Paper out.\nSTATE: -cover-open-warning\n";
+
+// One page on a polled model against a virtual printer that answers the
+// n-th status query with answers[n] (the last one repeating).
+struct StatusCase {
+    const char* what;
+    std::string model;
+    std::vector<PollAnswer> answers;
+    int pollLimit;
+    int polls;                        // status queries answered
+    std::vector<std::string> inOrder;  // spooler text, in this order
+    std::vector<std::pair<std::string, size_t>> counts;
+    int intervalMs = 20;
+    std::string controlWords;  // the whole stream but the image, when given
+};
+
+const StatusCase kStatusCases[] = {
+    {"ready, then printed (bit 19)",
+     "R27",
+     {{fullStatusReply(kReady)}, {fullStatusReply(kReady | kPaperOut)}},
+     300,
+     2,
+     {"DEBUG: Enter WaitForPrinterReady\n", "DEBUG: cups_sc_status_t = 1\n", "DEBUG: cupsBackChannelRead bytes 1024\n",
+      kReadyLines, "DEBUG: Exit WaitForPrinterReady: ready to print.\n", "INFO: page 1\n", kPaperOutLines},
+     {},
+     20,
+     "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 PC1 QUERY PC0 PC1"},
+    {"paper out keeps the wait going",
+     "V315",
+     {{fullStatusReply(kReady | kPaperOut)}, {fullStatusReply(kPaperOut)}, {fullStatusReply(kReady)},
+      {fullStatusReply(kReady | kPaperOut)}},
+     300,
+     4,
+     {kPaperOutLines, "INFO: Printing\n", "INFO: page 1\n", "INFO: Paper out.\n"},
+     {{"INFO: Paper out.", 3}}},
+    {"cover open",
+     "K5",
+     {{fullStatusReply(kCoverOpen)}, {fullStatusReply(kReady)}, {fullStatusReply(kPaperOut)}},
+     300,
+     3,
+     {"STATE: -media-empty-warning\nINFO: Printing\nSTATE: +cover-open-warning\n", kReadyLines}},
+    {"the same status twice is reported once",
+     "Q6",
+     {{fullStatusReply(kPaperOut | kCoverOpen)}, {fullStatusReply(kPaperOut | kCoverOpen)},
+      {fullStatusReply(kReady)}, {fullStatusReply(kPaperOut)}},
+     300,
+     4,
+     {},
+     {{"STATE: +cover-open-warning", 1}, {"INFO: Paper out.", 2}}},
+    {"a 13-byte reply",
+     "R27",
+     {{statusReply(0x880000)}, {statusReply(kReady)}},
+     2,
+     4,
+     {"DEBUG: cupsBackChannelRead bytes 13\n",
+      "DEBUG: cupsBackChannelRead Printer Status Data 13 bytes - 64 FF 00 00 00 00 00 88 00 00 00 00 00 \n"},
+     {{"INFO: Paper out.", 1}}},
+    {"a short reply leaves the rest of the word zero",
+     "R27",
+     {{{0x64, 0xFF, 0, 0, 0, 0x00, 0x00, 0x80}}, {fullStatusReply(kPaperOut)}},
+     3,
+     2,
+     {"DEBUG: cupsBackChannelRead bytes 8\n", "DEBUG: Exit WaitForPrinterReady: ready to print.\n"}},
+    {"a reply with another head is ignored",
+     "R27",
+     {{{0x65, 0xFF, 0, 0, 0, 0, 0, 0x80}}, {fullStatusReply(kReady)}, {fullStatusReply(kPaperOut)}},
+     300,
+     3,
+     {},
+     {{"INFO: Printing", 1}}},
+    {"a model that is not polled", "R27X", {{fullStatusReply(kReady)}}, 300, 0, {}, {{"WaitForPrinterReady", 0}}},
+    {"the poll limit ends the wait and the job goes on",
+     "R27",
+     {{fullStatusReply(kCoverOpen)}},
+     3,
+     6,
+     {"INFO: page 1\n", "STATE: -media-empty-warning\n"},
+     {{"Exit WaitForPrinterReady", 0}}},
+    // A reply that comes after its poll timed out must not answer the next
+    // poll: the late reply says "ready", the next one "paper out".
+    {"a late reply is not taken for the next poll",
+     "R27",
+     {{fullStatusReply(kReady), true}, {fullStatusReply(kPaperOut)}, {fullStatusReply(kReady)},
+      {fullStatusReply(kPaperOut)}},
+     10,
+     4,
+     {"DEBUG: cups_sc_status_t = 3\n", "INFO: Paper out.\n", "INFO: Printing\n"},
+     {},
+     600},
+};
+
+TEST(Messages, PrinterStatus)
+{
+    for (const StatusCase& c : kStatusCases) {
+        PrinterChannels printer([&c](int poll) { return c.answers[std::min<size_t>(poll, c.answers.size() - 1)]; });
+        const FilterResult result = print({.model = c.model,
+                                           .pages = {uniformPage(16, 2, 203, 0)},
+                                           .run = {.pollLimit = c.pollLimit, .pollIntervalMs = c.intervalMs, .printer = &printer}});
+        EXPECT_EQ(result.exitStatus, 0) << c.what;
+        EXPECT_EQ(printer.polls(), c.polls) << c.what;
+        EXPECT_EQ(countOf(result.controlWords(), "QUERY"), size_t(c.polls)) << c.what;
+        if (!c.controlWords.empty()) {
+            EXPECT_EQ(result.controlWords(), c.controlWords);
+        }
+        EXPECT_TRUE(inOrder(result.err, c.inOrder)) << c.what;
+        for (const auto& [text, count] : c.counts) {
+            EXPECT_EQ(result.errCount(text), count) << c.what << ": " << text;
+        }
+    }
+}
+
+// Started by hand without its channels: the side channel fails at once and
+// the back channel is never read (libcups would spin on it).
+TEST(Messages, ClosedChannelsAreNeverRead)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const FilterResult result = print({.model = "R27",
+                                       .pages = {uniformPage(16, 2, 203, 0)},
+                                       .run = {.pollLimit = 2, .pollIntervalMs = 10, .closeChannels = true}});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.errCount("DEBUG: cups_sc_status_t = 3"), 4u);
+    EXPECT_EQ(result.errCount("cupsBackChannelRead bytes"), 0u);
+}
+
+}  // namespace

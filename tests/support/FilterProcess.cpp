@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "FilterProcess.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "PrinterChannels.h"
+
+namespace korvotest {
+
+namespace {
+
+// Where the test program finds the channels: away from 3 and 4, which
+// hold /dev/null, so that only the environment can lead it to them.
+constexpr int kTestBackChannelFd = 5;
+constexpr int kTestSideChannelFd = 6;
+
+std::vector<std::string> arguments(const FilterRun& run, const std::string& captureDir, const std::string& logPath)
+{
+    std::vector<std::string> args;
+    if (!run.shipped) {
+        args = {"--poll-limit=" + std::to_string(run.pollLimit),
+                "--poll-interval-ms=" + std::to_string(run.pollIntervalMs), "--capture-dir=" + captureDir,
+                "--geometry-log=" + logPath, "--back-channel-fd=" + std::to_string(kTestBackChannelFd),
+                "--side-channel-fd=" + std::to_string(kTestSideChannelFd)};
+    }
+    if (!run.args.empty()) {
+        args.insert(args.end(), run.args.begin(), run.args.end());
+        return args;
+    }
+    args.insert(args.end(), {"1", "user", "title", "1", run.options});
+    if (!run.rasterFile.empty()) {
+        args.push_back(run.rasterFile);
+    }
+    return args;
+}
+
+void redirect(int fd, const std::string& path, int flags)
+{
+    const int opened = open(path.c_str(), flags, 0600);
+    if (opened < 0) {
+        _exit(126);
+    }
+    dup2(opened, fd);
+    close(opened);
+}
+
+// In the child: the channels go where the program looks for them, every
+// other descriptor but the standard ones is closed.
+void placeChannels(const FilterRun& run)
+{
+    const int back = run.shipped ? 3 : kTestBackChannelFd;
+    const int side = run.shipped ? 4 : kTestSideChannelFd;
+    const int channelBack = run.printer ? fcntl(run.printer->backChannelFd(), F_DUPFD, 10) : -1;
+    const int channelSide = run.printer ? fcntl(run.printer->sideChannelFd(), F_DUPFD, 10) : -1;
+    for (int fd = 3; fd < 10; ++fd) {
+        redirect(fd, "/dev/null", O_RDWR);
+    }
+    if (channelBack >= 0) {
+        dup2(channelBack, back);
+        dup2(channelSide, side);
+    }
+    for (int fd = 10; fd < 1024; ++fd) {
+        close(fd);
+    }
+    if (run.closeChannels) {
+        close(back);
+        close(side);
+    }
+}
+
+[[noreturn]] void execFilter(const FilterRun& run, const std::vector<std::string>& args, const std::string& outPath,
+                             const std::string& errPath)
+{
+    redirect(0, run.stdinFile.empty() ? "/dev/null" : run.stdinFile, O_RDONLY);
+    redirect(1, outPath, O_WRONLY | O_CREAT | O_TRUNC);
+    redirect(2, errPath, O_WRONLY | O_CREAT | O_TRUNC);
+    placeChannels(run);
+    if (run.ppd.empty()) {
+        unsetenv("PPD");
+    } else {
+        setenv("PPD", run.ppd.c_str(), 1);
+    }
+    const std::string binary = run.shipped ? shippedFilter() : testFilter();
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(binary.c_str()));
+    for (const std::string& arg : args) {
+        argv.push_back(const_cast<char*>(arg.c_str()));
+    }
+    argv.push_back(nullptr);
+    execv(binary.c_str(), argv.data());
+    _exit(127);
+}
+
+}  // namespace
+
+bool FilterResult::errHasLine(const std::string& line) const
+{
+    std::istringstream lines(err);
+    std::string current;
+    while (std::getline(lines, current)) {
+        if (current == line) {
+            return true;
+        }
+    }
+    return false;
+}
+
+size_t FilterResult::errCount(const std::string& text) const
+{
+    return countOf(err, text);
+}
+
+std::string FilterResult::words() const
+{
+    const korvostream::Stream stream = korvostream::parseStream(out);
+    std::string text;
+    for (const std::string& word : korvostream::summarise(stream)) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    for (const korvostream::FramingError& error : stream.errors) {
+        text += " ERROR@" + std::to_string(error.offset);
+    }
+    return text;
+}
+
+std::string FilterResult::controlWords() const
+{
+    std::istringstream all(words());
+    std::string text;
+    std::string word;
+    while (all >> word) {
+        if (word != "AREA" && word != "ROWS") {
+            text += (text.empty() ? "" : " ") + word;
+        }
+    }
+    return text;
+}
+
+std::vector<korvostream::Page> FilterResult::pages() const
+{
+    return korvostream::collectPages(korvostream::parseStream(out));
+}
+
+size_t countOf(const std::string& haystack, const std::string& text)
+{
+    size_t count = 0;
+    for (size_t pos = haystack.find(text); pos != std::string::npos; pos = haystack.find(text, pos + text.size())) {
+        ++count;
+    }
+    return count;
+}
+
+FilterResult runFilter(const FilterRun& run)
+{
+    TempDir io;
+    const std::string captureDir = run.captureDir.empty() ? io.file("captures") : run.captureDir;
+    mkdir(io.file("captures").c_str(), 0700);
+    const std::string geometryLog = run.geometryLog.empty() ? io.file("geometry.log") : run.geometryLog;
+    const std::vector<std::string> args = arguments(run, captureDir, geometryLog);
+    fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid < 0) {
+        throw std::runtime_error("fork failed");
+    }
+    if (pid == 0) {
+        execFilter(run, args, io.file("stdout"), io.file("stderr"));
+    }
+    if (run.printer != nullptr) {
+        run.printer->serve(pid);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    FilterResult result;
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = readFile(io.file("stdout"));
+    result.err = readText(io.file("stderr"));
+    result.geometryLog = readText(geometryLog);
+    return result;
+}
+
+std::string shippedFilter()
+{
+    return KORVO_FILTER_BIN;
+}
+
+std::string testFilter()
+{
+    return KORVO_TEST_FILTER_BIN;
+}
+
+std::string builtPpd(const std::string& fileName)
+{
+    return fileName.rfind('/', 0) == 0 ? fileName : std::string(KORVO_PPD_DIR) + "/" + fileName;
+}
+
+TempDir::TempDir()
+{
+    char pattern[] = "/tmp/korvotest-XXXXXX";
+    if (mkdtemp(pattern) == nullptr) {
+        throw std::runtime_error("mkdtemp failed");
+    }
+    path_ = pattern;
+}
+
+TempDir::~TempDir()
+{
+    const std::string command = "rm -rf '" + path_ + "'";
+    if (system(command.c_str()) != 0) {
+        fprintf(stderr, "could not remove %s\n", path_.c_str());
+    }
+}
+
+std::string ppdWithModel(const TempDir& dir, const std::string& ppdFile, const std::string& modelName)
+{
+    std::istringstream lines(readText(builtPpd(ppdFile)));
+    std::string text;
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.rfind("*ModelName:", 0) == 0) {
+            line = "*ModelName: \"" + modelName + "\"";
+        }
+        text += line + "\n";
+    }
+    const std::string path = dir.file(modelName + ".ppd");
+    writeFile(path, text);
+    return path;
+}
+
+std::vector<uint8_t> readFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::string readText(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const std::string& path, const std::string& text)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+}  // namespace korvotest

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs the built filter as the spooler would: arguments, PPD in the
+// environment, raster on standard input or as a file argument, and the back
+// and side channels as descriptors.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "korvostream/KorvoStream.h"
+
+namespace korvotest {
+
+class PrinterChannels;
+
+struct FilterRun {
+    // The installed program with the shipped environment (captures go to
+    // the spooler's directory, the status wait uses fds 3 and 4); otherwise
+    // the test program with the environment below.
+    bool shipped = false;
+    std::vector<std::string> args;  // argv[1..]; defaults to "1 user title 1 <options> [rasterFile]"
+    std::string options;
+    std::string rasterFile;         // argv[6] when non-empty and args is empty
+    std::string stdinFile;          // standard input; /dev/null when empty
+    std::string ppd;                // the PPD environment variable; unset when empty
+
+    int pollLimit = 300;
+    int pollIntervalMs = 1000;
+    std::string captureDir;         // a fresh directory, removed afterwards, when empty
+    std::string geometryLog;        // in a fresh directory when empty
+    PrinterChannels* printer = nullptr;  // answers the status wait; /dev/null channels when null
+    bool closeChannels = false;     // start with the channels closed, as by hand from a shell
+};
+
+struct FilterResult {
+    int exitStatus = -1;  // -1 when killed by a signal
+    std::vector<uint8_t> out;
+    std::string err;
+    std::string geometryLog;  // the page geometry log the test program left
+
+    bool errHasLine(const std::string& line) const;
+    size_t errCount(const std::string& text) const;
+    // The stream as short words (korvostream::summarise), framing errors as
+    // "ERROR@<offset>"; controlWords() leaves out the print areas and rows.
+    std::string words() const;
+    std::string controlWords() const;
+    std::vector<korvostream::Page> pages() const;
+};
+
+FilterResult runFilter(const FilterRun& run);
+
+// How often the text occurs in the haystack, without overlaps.
+size_t countOf(const std::string& haystack, const std::string& text);
+
+// Built files; a PPD named by an absolute path is taken as it is.
+std::string shippedFilter();
+std::string testFilter();  // the test program
+std::string builtPpd(const std::string& fileName);
+
+// A fresh temporary directory removed with its files at destruction.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& path() const { return path_; }
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// A copy of a PPD whose *ModelName is replaced, in dir.
+std::string ppdWithModel(const TempDir& dir, const std::string& ppdFile, const std::string& modelName);
+
+std::vector<uint8_t> readFile(const std::string& path);
+std::string readText(const std::string& path);
+void writeFile(const std::string& path, const std::string& text);
+
+}  // namespace korvotest
