@@ -18,9 +18,9 @@
 #include "OndrelPrinter.h"
 #include "PageHeader.h"
 #include "Settings.h"
-#include "pipeline/ImageCapture.h"
 #include "common/KorvoLog.h"
 #include "common/KorvoString.h"
+#include "pipeline/ImageCapture.h"
 
 namespace {
 
@@ -79,8 +79,7 @@ void keepPageBuffersMapped()
 void printUsage(const char* argv0)
 {
     const char* name = korvoPathGetBasename(argv0);
-    fprintf(stderr, "%s v%s\n\nUsage:\n\n    %s job_id user title copyies options [file]\n\n", name,
-            sVersion, name);
+    fprintf(stderr, "%s v%s\n\nUsage:\n\n    %s job_id user title copyies options [file]\n\n", name, sVersion, name);
 }
 
 void writeGeometryLog(const std::string& path, const cups_page_header2_t& header)
@@ -94,8 +93,8 @@ void writeGeometryLog(const std::string& path, const cups_page_header2_t& header
         close(fd);
         return;
     }
-    fprintf(log, "cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n",
-            header.cupsWidth, header.cupsHeight, header.cupsBytesPerLine, header.cupsBitsPerPixel);
+    fprintf(log, "cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n", header.cupsWidth,
+            header.cupsHeight, header.cupsBytesPerLine, header.cupsBitsPerPixel);
     fclose(log);
 }
 

@@ -1,5 +1,5 @@
-#include "common/KorvoLog.h"
 #include "OndrelPrinter.h"
+#include "common/KorvoLog.h"
 
 namespace {
 constexpr long kRowsPerPacket = 4;
@@ -8,11 +8,9 @@ constexpr long kPrintableDots = 2592;
 constexpr long kPrintableDots203 = 1728;
 }  // namespace
 
-void OndrelPrinter::doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height,
-                                 size_t width)
+void OndrelPrinter::doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height, size_t width)
 {
-    korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Input image size - width: %zu, height: %zu", width,
-                   height);
+    korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Input image size - width: %zu, height: %zu", width, height);
     // The rows are packed in place: the caller hands over its own buffer.
     auto* rows = const_cast<unsigned char*>(data);
     const long monoBytes = GrayToMono(static_cast<int>(bytesPerLine), static_cast<int>(height), rows);
@@ -20,8 +18,7 @@ void OndrelPrinter::doPrintImage(const unsigned char* data, size_t bytesPerLine,
     if (tattooPrinter != 0) {
         const int lines = resolution * 120 / 254;
         FeedPaper(0, lines);
-        korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Tatto printer detected. Fed %d lines before printing.",
-                       lines);
+        korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Tatto printer detected. Fed %d lines before printing.", lines);
     }
     SendImage(monoBytes, _SIZEL{static_cast<int64_t>(width), static_cast<int64_t>(height)}, rows);
     korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Image sent to the printer.");
@@ -40,9 +37,8 @@ void OndrelPrinter::SendImage(long monoBytes, _SIZEL size, unsigned char* data)
         return;
     }
     SetPrintArea(size, rowBytes);
-    korvoLogCommon(KORVO_LOG_DEBUG, "SendImage sizel(%d, %d), wBytes(%d), blocks(%d)",
-                   static_cast<int>(size.cx), static_cast<int>(size.cy), static_cast<int>(rowBytes),
-                   static_cast<int>(blocks));
+    korvoLogCommon(KORVO_LOG_DEBUG, "SendImage sizel(%d, %d), wBytes(%d), blocks(%d)", static_cast<int>(size.cx),
+                   static_cast<int>(size.cy), static_cast<int>(rowBytes), static_cast<int>(blocks));
     const unsigned char* rows = data;
     const long blockBytes = kRowsPerPacket * rowBytes;
     for (long block = 0; block < blocks; ++block, rows += blockBytes) {
@@ -64,7 +60,6 @@ void OndrelPrinter::SetPrintArea(_SIZEL size, long rowBytes)
         areaWidth = rowBytes * 8;
     }
     const uint8_t payload[4] = {static_cast<uint8_t>(offset & 0xFF), static_cast<uint8_t>(offset >> 8),
-                                static_cast<uint8_t>(areaWidth & 0xFF),
-                                static_cast<uint8_t>((areaWidth >> 8) & 0xFF)};
+                                static_cast<uint8_t>(areaWidth & 0xFF), static_cast<uint8_t>((areaWidth >> 8) & 0xFF)};
     sendPacket(kCmdPrintArea, 0, payload, sizeof(payload));
 }

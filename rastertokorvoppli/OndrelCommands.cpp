@@ -4,8 +4,7 @@
 
 int32_t bNeedGoBack = 0;
 
-void OndrelPrinter::sendPacket(uint8_t command, uint8_t subCommand, const uint8_t* payload,
-                               uint16_t length)
+void OndrelPrinter::sendPacket(uint8_t command, uint8_t subCommand, const uint8_t* payload, uint16_t length)
 {
     _ASTRAPV2 record = makePacket(command, subCommand, payload, length);
     long size = 0;

@@ -60,8 +60,7 @@ public:
     int32_t tattooPrinter = 0;
 
 protected:
-    void doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height,
-                      size_t width) override;
+    void doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height, size_t width) override;
 
 private:
     void sendPacket(uint8_t command, uint8_t subCommand, const uint8_t* payload, uint16_t length);

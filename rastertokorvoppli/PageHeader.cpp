@@ -16,8 +16,8 @@ std::string pageHeaderProblem(const cups_page_header2_t& header)
         return text;
     }
     if (header.cupsWidth > header.cupsBytesPerLine) {
-        snprintf(text, sizeof(text), "Page width %u is larger than its %u bytes per line",
-                 header.cupsWidth, header.cupsBytesPerLine);
+        snprintf(text, sizeof(text), "Page width %u is larger than its %u bytes per line", header.cupsWidth,
+                 header.cupsBytesPerLine);
         return text;
     }
     return std::string();

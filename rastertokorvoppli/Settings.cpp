@@ -89,8 +89,7 @@ void parseSettings(Settings* settings, const char* options)
     readText(ppd, "PostAction", settings->PostAction);
     readText(ppd, "Occurrence", settings->Occurrence);
     readText(ppd, "Origin", settings->Origin);
-    settings->halftoneType =
-        korvoHalftoneTypeFromStr(korvoPpdGetChoiceAsStrDefault(ppd, "HalftoneType", ""));
+    settings->halftoneType = korvoHalftoneTypeFromStr(korvoPpdGetChoiceAsStrDefault(ppd, "HalftoneType", ""));
     settings->MirrorImage = readBool(ppd, "MirrorImage");
     settings->NegativeImage = readBool(ppd, "NegativeImage");
     settings->Rotate180 = strcmp(settings->Origin, "Rotation180") == 0 ? 1 : 0;
@@ -118,8 +117,8 @@ void getPageWidthPageHeight(ppd_file_t* ppd, Settings* settings)
     if (size == nullptr) {
         return;
     }
-    korvoLogCommon(KORVO_LOG_DEBUG, "Custom Size: (%f,%f,%f,%f,%f,%f)", size->width, size->length,
-                   size->left, size->bottom, size->right, size->top);
+    korvoLogCommon(KORVO_LOG_DEBUG, "Custom Size: (%f,%f,%f,%f,%f,%f)", size->width, size->length, size->left,
+                   size->bottom, size->right, size->top);
     settings->pageWidth = static_cast<float>(size->width * 0.3528);
     settings->pageHeight = static_cast<float>(size->length * 0.3528);
     korvoLogCommon(KORVO_LOG_DEBUG, "Set page size: width %f mm, height %f mm", settings->pageWidth,

@@ -46,8 +46,8 @@ void listItems(const korvostream::Stream& stream)
         if (item.is(korvostream::Command::PrintArea) && item.payload.size() == 4) {
             rowBytes = (item.payload[2] | (item.payload[3] << 8)) / 8;
         }
-        printf("%08zu  %-12s sub=%02X  %s\n", item.offset, korvostream::commandName(item.command),
-               item.subCommand, korvostream::describePayload(item, rowBytes).c_str());
+        printf("%08zu  %-12s sub=%02X  %s\n", item.offset, korvostream::commandName(item.command), item.subCommand,
+               korvostream::describePayload(item, rowBytes).c_str());
     }
 }
 

@@ -4,8 +4,8 @@
 
 namespace {
 const char* const kTypeNames[] = {
-    "None",   "FloydSteinberg", "Ordered",       "Burkes", "Stucki",
-    "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo", "Tattoo_Q6",
+    "None",   "FloydSteinberg", "Ordered", "Burkes",    "Stucki", "JarvisJudiceNinke",
+    "Sierra", "StevensonArce",  "Tattoo",  "Tattoo_Q6",
 };
 constexpr int32_t kTypeCount = sizeof(kTypeNames) / sizeof(kTypeNames[0]);
 }  // namespace

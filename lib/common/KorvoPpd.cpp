@@ -57,8 +57,7 @@ const char* attrValue(ppd_file_t* ppd, const char* name, const char* spec)
 }
 }  // namespace
 
-const char* korvoPpdGetAttrAsStrDefault(ppd_file_t* ppd, const char* name, const char* spec,
-                                        const char* def)
+const char* korvoPpdGetAttrAsStrDefault(ppd_file_t* ppd, const char* name, const char* spec, const char* def)
 {
     const char* value = attrValue(ppd, name, spec);
     return value != nullptr ? value : def;

@@ -23,7 +23,7 @@ constexpr char kErrNoMemory[] = "DibImage::Create can't allocate memory";
 // (it is above the largest possible distance, 3 * 255 * 255, anyway).
 constexpr long kNearestLimit = 200000;
 
-} // namespace
+}  // namespace
 
 DibImage::DibImage() : block_(nullptr)
 {
@@ -38,16 +38,18 @@ DibImage::~DibImage()
 
 void DibImage::setLastError(const char* text)
 {
-    if (text == info_.lastError)
+    if (text == info_.lastError) {
         return;
+    }
     std::strncpy(info_.lastError, text ? text : "", sizeof(info_.lastError) - 1);
     info_.lastError[sizeof(info_.lastError) - 1] = '\0';
 }
 
 void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint32_t type)
 {
-    if (!Destroy())
+    if (!Destroy()) {
         return nullptr;
+    }
 
     if (width == 0 || height == 0) {
         setLastError(kErrNoSize);
@@ -104,14 +106,18 @@ void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint3
 bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bitCount,
                                uint32_t bytesPerLine, bool flip)
 {
-    if (!array)
+    if (!array) {
         return false;
-    if (bitCount != 1 && bitCount != 4 && bitCount != 8 && bitCount != 24 && bitCount != 32)
+    }
+    if (bitCount != 1 && bitCount != 4 && bitCount != 8 && bitCount != 24 && bitCount != 32) {
         return false;
-    if (!Create(width, height, bitCount, 0))
+    }
+    if (!Create(width, height, bitCount, 0)) {
         return false;
-    if (bitCount < 24)
+    }
+    if (bitCount < 24) {
         SetGrayPalette();
+    }
 
     const size_t stride = info_.effWidth;
     for (uint32_t y = 0; y < height; ++y) {
@@ -146,8 +152,9 @@ bool DibImage::Destroy()
 
 bool DibImage::Transfer(DibImage& from, bool /*transferFrames*/)
 {
-    if (&from == this)
+    if (&from == this) {
         return true;
+    }
     Destroy();
     head_ = from.head_;
     info_ = from.info_;
@@ -160,16 +167,18 @@ bool DibImage::Transfer(DibImage& from, bool /*transferFrames*/)
 
 void DibImage::CopyInfo(const DibImage& from)
 {
-    if (block_ || &from == this)
+    if (block_ || &from == this) {
         return;
+    }
     info_ = from.info_;
 }
 
 bool DibImage::createReplacement(DibImage& replacement, uint32_t width, uint32_t height, uint32_t bitCount) const
 {
     replacement.CopyInfo(*this);
-    if (!replacement.Create(width, height, bitCount, info_.type))
+    if (!replacement.Create(width, height, bitCount, info_.type)) {
         return false;
+    }
     replacement.SetPalette(GetPalette(), GetNumColors());
     return true;
 }
@@ -181,13 +190,16 @@ bool DibImage::IsValid() const
 
 uint8_t* DibImage::GetBits(uint32_t row) const
 {
-    if (!block_)
+    if (!block_) {
         return nullptr;
+    }
     uint8_t* bits = static_cast<uint8_t*>(block_) + kHeaderSize + GetPaletteSize();
-    if (row == 0)
+    if (row == 0) {
         return bits;
-    if (row < GetHeight())
+    }
+    if (row < GetHeight()) {
         return bits + static_cast<size_t>(row) * info_.effWidth;
+    }
     return nullptr;
 }
 
@@ -228,8 +240,9 @@ const char* DibImage::GetLastError() const
 
 RGBQUAD* DibImage::GetPalette() const
 {
-    if (!block_ || head_.biClrUsed == 0)
+    if (!block_ || head_.biClrUsed == 0) {
         return nullptr;
+    }
     return reinterpret_cast<RGBQUAD*>(static_cast<uint8_t*>(block_) + kHeaderSize);
 }
 
@@ -241,8 +254,9 @@ uint32_t DibImage::GetPaletteSize() const
 void DibImage::SetPalette(const RGBQUAD* palette, uint32_t count)
 {
     RGBQUAD* own = GetPalette();
-    if (!palette || !own)
+    if (!palette || !own) {
         return;
+    }
     const uint64_t wanted = static_cast<uint64_t>(count) * sizeof(RGBQUAD);
     const uint64_t room = GetPaletteSize();
     std::memmove(own, palette, static_cast<size_t>(wanted < room ? wanted : room));
@@ -252,16 +266,18 @@ void DibImage::SetPalette(const RGBQUAD* palette, uint32_t count)
 RGBQUAD DibImage::GetPaletteColor(uint8_t index) const
 {
     const RGBQUAD* pal = GetPalette();
-    if (pal && index < head_.biClrUsed)
+    if (pal && index < head_.biClrUsed) {
         return pal[index];
+    }
     return RGBQUAD{0, 0, 0, 0};
 }
 
 void DibImage::SetPaletteColor(uint8_t index, uint8_t red, uint8_t green, uint8_t blue, uint8_t alpha)
 {
     RGBQUAD* pal = GetPalette();
-    if (!pal || index >= head_.biClrUsed)
+    if (!pal || index >= head_.biClrUsed) {
         return;
+    }
     pal[index].rgbBlue = blue;
     pal[index].rgbGreen = green;
     pal[index].rgbRed = red;
@@ -272,8 +288,9 @@ void DibImage::SetPaletteColor(uint8_t index, uint8_t red, uint8_t green, uint8_
 void DibImage::SetGrayPalette()
 {
     RGBQUAD* pal = GetPalette();
-    if (!pal)
+    if (!pal) {
         return;
+    }
     const uint32_t n = head_.biClrUsed;
     const uint32_t step = n > 1 ? 255 / (n - 1) : 0;
     for (uint32_t i = 0; i < n; ++i) {
@@ -288,12 +305,14 @@ void DibImage::SetGrayPalette()
 uint8_t DibImage::GetNearestIndex(RGBQUAD colour)
 {
     const RGBQUAD* pal = GetPalette();
-    if (!pal)
+    if (!pal) {
         return 0;
+    }
     if (info_.lastColourValid && info_.lastColour.rgbBlue == colour.rgbBlue &&
         info_.lastColour.rgbGreen == colour.rgbGreen && info_.lastColour.rgbRed == colour.rgbRed &&
-        info_.lastColour.rgbReserved == colour.rgbReserved)
+        info_.lastColour.rgbReserved == colour.rgbReserved) {
         return info_.lastColourIndex;
+    }
 
     info_.lastColour = colour;
     info_.lastColourValid = true;
@@ -321,22 +340,26 @@ uint8_t DibImage::GetNearestIndex(RGBQUAD colour)
 
 uint8_t DibImage::GetPixelIndex(long x, long y) const
 {
-    if (!block_ || head_.biClrUsed == 0)
+    if (!block_ || head_.biClrUsed == 0) {
         return 0;
-    if (x < 0 || y < 0 || x >= static_cast<long>(GetWidth()) || y >= static_cast<long>(GetHeight()))
+    }
+    if (x < 0 || y < 0 || x >= static_cast<long>(GetWidth()) || y >= static_cast<long>(GetHeight())) {
         return info_.imageBits[0];
+    }
     return rowGetIndex(info_.imageBits + static_cast<size_t>(y) * info_.effWidth, static_cast<uint64_t>(x),
                        head_.biBitCount);
 }
 
 void DibImage::SetPixelIndex(long x, long y, uint8_t index)
 {
-    if (!block_ || head_.biClrUsed == 0)
+    if (!block_ || head_.biClrUsed == 0) {
         return;
-    if (x < 0 || y < 0 || x >= static_cast<long>(GetWidth()) || y >= static_cast<long>(GetHeight()))
+    }
+    if (x < 0 || y < 0 || x >= static_cast<long>(GetWidth()) || y >= static_cast<long>(GetHeight())) {
         return;
-    rowSetIndex(info_.imageBits + static_cast<size_t>(y) * info_.effWidth, static_cast<uint64_t>(x),
-                head_.biBitCount, index);
+    }
+    rowSetIndex(info_.imageBits + static_cast<size_t>(y) * info_.effWidth, static_cast<uint64_t>(x), head_.biBitCount,
+                index);
 }
 
 uint8_t DibImage::BlindGetPixelIndex(long x, long y) const
@@ -364,8 +387,9 @@ RGBQUAD DibImage::BlindGetPixelColor(long x, long y, bool getAlpha) const
     }
     // There is no alpha channel; only a palette entry's reserved byte can be
     // handed out as such.
-    if (!getAlpha)
+    if (!getAlpha) {
         c.rgbReserved = 0;
+    }
     return c;
 }
 

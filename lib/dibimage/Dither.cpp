@@ -43,15 +43,17 @@ inline void packRow(uint8_t* out, uint32_t w, Bit bit)
     uint32_t x = 0;
     for (; x + 8 <= w; x += 8) {
         unsigned b = 0;
-        for (uint32_t i = 0; i < 8; ++i)
+        for (uint32_t i = 0; i < 8; ++i) {
             b = (b << 1) | bit(x + i);
+        }
         *out++ = static_cast<uint8_t>(b);
     }
     if (x < w) {
         unsigned b = 0;
         unsigned n = 0;
-        for (; x < w; ++x, ++n)
+        for (; x < w; ++x, ++n) {
             b = (b << 1) | bit(x);
+        }
         *out = static_cast<uint8_t>(b << (8 - n));
     }
 }
@@ -80,8 +82,9 @@ void orderedRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size
     for (uint32_t y = 0; y < h; ++y) {
         const uint8_t* row = src.row(y);
         uint8_t limit[4];
-        for (unsigned c = 0; c < 4; ++c)
+        for (unsigned c = 0; c < 4; ++c) {
             limit[c] = static_cast<uint8_t>((255u * (kMatrix[y & 3][c] + 1u) + 15u) / 16u);
+        }
         packRow(out + y * outStride, w, [row, &limit](uint32_t x) { return unsigned(row[x] >= limit[x & 3]); });
     }
 }
@@ -172,18 +175,22 @@ template <class K>
 constexpr int kernelRows()
 {
     int rows = 1;
-    for (const DiffusionTap& t : K::kTaps)
-        if (t.dy + 1 > rows)
+    for (const DiffusionTap& t : K::kTaps) {
+        if (t.dy + 1 > rows) {
             rows = t.dy + 1;
+        }
+    }
     return rows;
 }
 
 template <class K>
 constexpr int sameRowWeight(int dx)
 {
-    for (const DiffusionTap& t : K::kTaps)
-        if (t.dy == 0 && t.dx == dx)
+    for (const DiffusionTap& t : K::kTaps) {
+        if (t.dy == 0 && t.dx == dx) {
             return t.weight;
+        }
+    }
     return 0;
 }
 
@@ -191,10 +198,12 @@ template <class K>
 constexpr bool kernelFitsEngine()
 {
     for (const DiffusionTap& t : K::kTaps) {
-        if (t.dx < -kReach || t.dx > kReach || t.dy < 0 || t.dy > 3)
+        if (t.dx < -kReach || t.dx > kReach || t.dy < 0 || t.dy > 3) {
             return false;
-        if (t.dy == 0 && (t.dx < 1 || t.dx > 2))
+        }
+        if (t.dy == 0 && (t.dx < 1 || t.dx > 2)) {
             return false;
+        }
     }
     return true;
 }
@@ -209,11 +218,13 @@ struct LowerDeltas {
     LowerDeltas() : v{}
     {
         for (const DiffusionTap& t : K::kTaps) {
-            if (t.dy == 0)
+            if (t.dy == 0) {
                 continue;
+            }
             const DeltaTable d = makeDelta(t.weight, K::kDivisor);
-            for (int level = 0; level < 256; ++level)
+            for (int level = 0; level < 256; ++level) {
                 v[t.dy - 1][level][t.dx + kReach] = d.v[level];
+            }
         }
     }
 };
@@ -223,8 +234,9 @@ inline int settle(int v)
 {
     v = v < 0 ? 0 : v;
     v = v > 255 ? 255 : v;
-    if constexpr (Nibble)
+    if constexpr (Nibble) {
         v &= 0x0F;
+    }
     return v;
 }
 
@@ -235,8 +247,9 @@ inline Lanes settle(Lanes v)
     const Lanes top = {255, 255, 255, 255, 255, 255, 255, 255};
     v = v < zero ? zero : v;
     v = v > top ? top : v;
-    if constexpr (Nibble)
+    if constexpr (Nibble) {
         v &= 0x0F;
+    }
     return v;
 }
 
@@ -273,19 +286,23 @@ void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size
     const size_t span = static_cast<size_t>(w) + kMarginLeft + kMarginRight;
     std::vector<int16_t> ring(span * R, 0);
     int16_t* slot[R];
-    for (int r = 0; r < R; ++r)
+    for (int r = 0; r < R; ++r) {
         slot[r] = ring.data() + r * span + kMarginLeft;
+    }
 
     auto load = [&](uint64_t y) {
-        if (y >= h)
+        if (y >= h) {
             return;
+        }
         int16_t* d = slot[y % R];
         const uint8_t* s = src.row(static_cast<uint32_t>(y));
-        for (uint32_t x = 0; x < w; ++x)
+        for (uint32_t x = 0; x < w; ++x) {
             d[x] = s[x];
+        }
     };
-    for (int r = 0; r < R; ++r)
+    for (int r = 0; r < R; ++r) {
         load(static_cast<uint64_t>(r));
+    }
 
     for (uint32_t y = 0; y < h; ++y) {
         int16_t* below[L];
@@ -307,10 +324,12 @@ void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size
                 *o++ = static_cast<uint8_t>(acc);
                 acc = 0;
             }
-            if constexpr (W1 != 0)
+            if constexpr (W1 != 0) {
                 a1 = settle<Nibble>(a1 + kDelta<W1, D>.v[level]);
-            if constexpr (W2 != 0)
+            }
+            if constexpr (W2 != 0) {
                 a2 = settle<Nibble>(a2 + kDelta<W2, D>.v[level]);
+            }
             for (int d = 0; d < L; ++d) {
                 Lanes v = settle<Nibble>(win[d] + loadLanes(lower.v[d][level]));
                 below[d][x - kReach] = v[0];
@@ -322,10 +341,12 @@ void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size
             a1 = a2;
             a2 = cur[x + 3];
         }
-        if (w & 7)
+        if (w & 7) {
             *o = static_cast<uint8_t>(acc << (8 - (w & 7)));
-        for (int d = 0; d < L; ++d)
+        }
+        for (int d = 0; d < L; ++d) {
             std::memcpy(below[d] + w - kReach, &win[d], sizeof(Lanes));
+        }
         load(static_cast<uint64_t>(y) + R);
     }
 }
@@ -364,21 +385,24 @@ void runMethod(long method, const GrayRows& src, uint32_t w, uint32_t h, uint8_t
     }
 }
 
-} // namespace
+}  // namespace
 
 bool DibImage::Dither(long method)
 {
-    if (!block_)
+    if (!block_) {
         return false;
-    if (head_.biBitCount == 1)
+    }
+    if (head_.biBitCount == 1) {
         return true;
+    }
 
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
 
     DibImage out;
-    if (!createReplacement(out, w, h, 1))
+    if (!createReplacement(out, w, h, 1)) {
         return false;
+    }
 
     uint8_t* outBits = out.info_.imageBits;
     const size_t outStride = out.info_.effWidth;
@@ -394,15 +418,17 @@ bool DibImage::Dither(long method)
             for (uint32_t y = 0; y < h; ++y) {
                 const uint8_t* row = info_.imageBits + static_cast<size_t>(y) * info_.effWidth;
                 uint8_t* p = plane.data() + static_cast<size_t>(y) * w;
-                for (uint32_t x = 0; x < w; ++x)
+                for (uint32_t x = 0; x < w; ++x) {
                     p[x] = rowGetIndex(row, x, 4);
+                }
             }
         }
         const GrayRows src{plane.data(), w};
-        if (nibbles)
+        if (nibbles) {
             runMethod<true>(method, src, w, h, outBits, outStride);
-        else
+        } else {
             runMethod<false>(method, src, w, h, outBits, outStride);
+        }
     }
 
     out.SetPaletteColor(0, 0, 0, 0);

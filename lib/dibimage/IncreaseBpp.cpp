@@ -19,9 +19,11 @@ struct BitsToBytes {
     uint8_t v[256][8];
     BitsToBytes()
     {
-        for (unsigned b = 0; b < 256; ++b)
-            for (unsigned i = 0; i < 8; ++i)
+        for (unsigned b = 0; b < 256; ++b) {
+            for (unsigned i = 0; i < 8; ++i) {
                 v[b][i] = static_cast<uint8_t>((b >> (7 - i)) & 1);
+            }
+        }
     }
 };
 
@@ -30,12 +32,13 @@ struct BitsToNibbles {
     uint8_t v[256][4];
     BitsToNibbles()
     {
-        for (unsigned b = 0; b < 256; ++b)
+        for (unsigned b = 0; b < 256; ++b) {
             for (unsigned i = 0; i < 4; ++i) {
                 const unsigned hi = (b >> (7 - 2 * i)) & 1;
                 const unsigned lo = (b >> (6 - 2 * i)) & 1;
                 v[b][i] = static_cast<uint8_t>((hi << 4) | lo);
             }
+        }
     }
 };
 
@@ -43,20 +46,24 @@ void widen1To8(const uint8_t* src, uint8_t* dst, uint32_t w)
 {
     static const BitsToBytes table;
     const uint32_t full = w / 8;
-    for (uint32_t i = 0; i < full; ++i)
+    for (uint32_t i = 0; i < full; ++i) {
         std::memcpy(dst + 8 * static_cast<size_t>(i), table.v[src[i]], 8);
-    if (w % 8)
+    }
+    if (w % 8) {
         std::memcpy(dst + 8 * static_cast<size_t>(full), table.v[src[full]], w % 8);
+    }
 }
 
 void widen1To4(const uint8_t* src, uint8_t* dst, uint32_t w)
 {
     static const BitsToNibbles table;
     const uint32_t full = w / 8;
-    for (uint32_t i = 0; i < full; ++i)
+    for (uint32_t i = 0; i < full; ++i) {
         std::memcpy(dst + 4 * static_cast<size_t>(i), table.v[src[i]], 4);
-    for (uint32_t x = full * 8; x < w; ++x)
+    }
+    for (uint32_t x = full * 8; x < w; ++x) {
         rowSetIndex(dst, x, 4, rowGetIndex(src, x, 1));
+    }
 }
 
 void widen4To8(const uint8_t* src, uint8_t* dst, uint32_t w)
@@ -66,23 +73,28 @@ void widen4To8(const uint8_t* src, uint8_t* dst, uint32_t w)
         dst[x] = b >> 4;
         dst[x + 1] = b & 0x0F;
     }
-    if (w & 1)
+    if (w & 1) {
         dst[w - 1] = src[w / 2] >> 4;
+    }
 }
 
-} // namespace
+}  // namespace
 
 bool DibImage::IncreaseBpp(uint32_t bitCount)
 {
-    if (!block_)
+    if (!block_) {
         return false;
+    }
     const unsigned bpp = head_.biBitCount;
-    if (bitCount != 4 && bitCount != 8 && bitCount != 24)
+    if (bitCount != 4 && bitCount != 8 && bitCount != 24) {
         return false;
-    if (bpp == bitCount)
+    }
+    if (bpp == bitCount) {
         return true;
-    if (bpp > bitCount)
+    }
+    if (bpp > bitCount) {
         return false;
+    }
 
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
@@ -112,12 +124,13 @@ bool DibImage::IncreaseBpp(uint32_t bitCount)
         for (uint32_t y = 0; y < h; ++y) {
             const uint8_t* src = info_.imageBits + y * srcStride;
             uint8_t* dst = tmp.info_.imageBits + y * dstStride;
-            if (bpp == 1 && bitCount == 8)
+            if (bpp == 1 && bitCount == 8) {
                 widen1To8(src, dst, w);
-            else if (bpp == 1)
+            } else if (bpp == 1) {
                 widen1To4(src, dst, w);
-            else
+            } else {
                 widen4To8(src, dst, w);
+            }
         }
     }
 

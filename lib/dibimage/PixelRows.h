@@ -33,10 +33,11 @@ inline void rowSetIndex(uint8_t* row, uint64_t x, unsigned bpp, uint8_t index)
         break;
     case 4: {
         uint8_t& b = row[x >> 1];
-        if (x & 1)
+        if (x & 1) {
             b = static_cast<uint8_t>((b & 0xF0) | (index & 0x0F));
-        else
+        } else {
             b = static_cast<uint8_t>((b & 0x0F) | ((index & 0x0F) << 4));
+        }
         break;
     }
     case 1: {
@@ -60,20 +61,24 @@ inline void reverseBytes(uint8_t* dst, const uint8_t* src, size_t n)
         v = __builtin_bswap64(v);
         std::memcpy(dst + i, &v, 8);
     }
-    for (; i < n; ++i)
+    for (; i < n; ++i) {
         dst[i] = src[n - 1 - i];
+    }
 }
 
 // Bits per pixel after the normalisation Create applies.
 inline unsigned normaliseBpp(uint32_t bitCount)
 {
-    if (bitCount <= 1)
+    if (bitCount <= 1) {
         return 1;
-    if (bitCount <= 4)
+    }
+    if (bitCount <= 4) {
         return 4;
-    if (bitCount <= 8)
+    }
+    if (bitCount <= 8) {
         return 8;
+    }
     return 24;
 }
 
-} // namespace dibimage_detail
+}  // namespace dibimage_detail

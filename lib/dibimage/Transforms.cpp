@@ -23,12 +23,13 @@ constexpr char kErrTooBig[] = "DIBIMAGE_MAX_MEMORY exceeded";
 long addSaturated(long a, long b)
 {
     long r;
-    if (__builtin_add_overflow(a, b, &r))
+    if (__builtin_add_overflow(a, b, &r)) {
         return a > 0 ? __LONG_MAX__ : -__LONG_MAX__ - 1;
+    }
     return r;
 }
 
-} // namespace
+}  // namespace
 
 bool DibImage::Light(long brightness, long contrast)
 {
@@ -44,16 +45,19 @@ bool DibImage::Light(long brightness, long contrast)
         // Clamp before converting so that huge settings stay defined; any
         // value in (-1, 256) truncates exactly as the int conversion would.
         int v;
-        if (f >= 256.0f)
+        if (f >= 256.0f) {
             v = 255;
-        else if (!(f > -1.0f))
+        } else if (!(f > -1.0f)) {
             v = 0;
-        else
+        } else {
             v = static_cast<int>(f);
-        if (v > 255)
+        }
+        if (v > 255) {
             v = 255;
-        if (v < 0)
+        }
+        if (v < 0) {
             v = 0;
+        }
         table[i] = static_cast<uint8_t>(v);
     }
     return Lut(table);
@@ -61,8 +65,9 @@ bool DibImage::Light(long brightness, long contrast)
 
 bool DibImage::Lut(const uint8_t* table)
 {
-    if (!block_ || !table)
+    if (!block_ || !table) {
         return false;
+    }
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
     const unsigned bpp = head_.biBitCount;
@@ -72,14 +77,16 @@ bool DibImage::Lut(const uint8_t* table)
     if (bpp == 8) {
         for (uint32_t y = 0; y < h; ++y) {
             uint8_t* row = bits + y * stride;
-            for (uint32_t x = 0; x < w; ++x)
+            for (uint32_t x = 0; x < w; ++x) {
                 row[x] = table[row[x]];
+            }
         }
     } else if (bpp == 1 || bpp == 4) {
         for (uint32_t y = 0; y < h; ++y) {
             uint8_t* row = bits + y * stride;
-            for (uint32_t x = 0; x < w; ++x)
+            for (uint32_t x = 0; x < w; ++x) {
                 rowSetIndex(row, x, bpp, table[rowGetIndex(row, x, bpp)]);
+            }
         }
     }
     // 24 bits per pixel: there are no indices to map.
@@ -88,8 +95,9 @@ bool DibImage::Lut(const uint8_t* table)
 
 void DibImage::Negative()
 {
-    if (!block_)
+    if (!block_) {
         return;
+    }
     // Every byte of the pixel data, padding included, whatever the depth.
     uint8_t* p = info_.imageBits;
     const size_t n = head_.biSizeImage;
@@ -100,22 +108,25 @@ void DibImage::Negative()
         v = ~v;
         std::memcpy(p + i, &v, 8);
     }
-    for (; i < n; ++i)
+    for (; i < n; ++i) {
         p[i] = static_cast<uint8_t>(~p[i]);
+    }
 }
 
 bool DibImage::Rotate180(DibImage* target)
 {
-    if (!block_)
+    if (!block_) {
         return false;
+    }
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
     const unsigned bpp = head_.biBitCount;
 
     // The rotated image always has one byte per pixel holding the index.
     DibImage tmp;
-    if (!createReplacement(tmp, w, h, 8))
+    if (!createReplacement(tmp, w, h, 8)) {
         return false;
+    }
 
     const size_t srcStride = info_.effWidth;
     const size_t dstStride = tmp.info_.effWidth;
@@ -125,8 +136,9 @@ bool DibImage::Rotate180(DibImage* target)
         if (bpp == 8) {
             reverseBytes(dst, src, w);
         } else if (bpp == 1 || bpp == 4) {
-            for (uint32_t x = 0; x < w; ++x)
+            for (uint32_t x = 0; x < w; ++x) {
                 dst[w - 1 - x] = rowGetIndex(src, x, bpp);
+            }
         }
         // 24 bits: no palette, so every index reads as 0 (the zeroed rows).
     }
@@ -137,15 +149,17 @@ bool DibImage::Rotate180(DibImage* target)
 
 void DibImage::Mirror()
 {
-    if (!block_)
+    if (!block_) {
         return;
+    }
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
     const unsigned bpp = head_.biBitCount;
 
     DibImage tmp;
-    if (!createReplacement(tmp, w, h, 8))
+    if (!createReplacement(tmp, w, h, 8)) {
         return;
+    }
 
     // Both images are walked with this image's row stride, and each line's
     // bytes 0 .. (w - 1) * k are reversed (k = 3 for 24 bits, else 1). For
@@ -157,8 +171,9 @@ void DibImage::Mirror()
     const uint8_t* src = info_.imageBits;
     uint8_t* dst = tmp.info_.imageBits;
     if (bpp == 8) {
-        for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t y = 0; y < h; ++y) {
             reverseBytes(dst + y * stride, src + y * stride, w);
+        }
     } else {
         const size_t k = bpp == 24 ? 3 : 1;
         const size_t last = (static_cast<size_t>(w) - 1) * k;
@@ -166,15 +181,18 @@ void DibImage::Mirror()
         const size_t dstEnd = tmp.head_.biSizeImage;
         for (uint32_t y = 0; y < h; ++y) {
             const size_t base = y * stride;
-            if (base >= dstEnd)
+            if (base >= dstEnd) {
                 break;
+            }
             for (size_t i = 0; i <= last; ++i) {
                 const size_t s = base + last - i;
                 const size_t d = base + i;
-                if (d >= dstEnd)
+                if (d >= dstEnd) {
                     break;
-                if (s < srcEnd)
+                }
+                if (s < srcEnd) {
                     dst[d] = src[s];
+                }
             }
         }
     }
@@ -183,16 +201,17 @@ void DibImage::Mirror()
 
 bool DibImage::Expand(long left, long top, long right, long bottom, RGBQUAD canvasColour)
 {
-    if (!block_ || left < 0 || top < 0 || right < 0 || bottom < 0)
+    if (!block_ || left < 0 || top < 0 || right < 0 || bottom < 0) {
         return false;
+    }
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
     const unsigned bpp = head_.biBitCount;
 
-    const unsigned __int128 newW = static_cast<unsigned __int128>(w) + static_cast<unsigned long>(left) +
-                                   static_cast<unsigned long>(right);
-    const unsigned __int128 newH = static_cast<unsigned __int128>(h) + static_cast<unsigned long>(top) +
-                                   static_cast<unsigned long>(bottom);
+    const unsigned __int128 newW =
+        static_cast<unsigned __int128>(w) + static_cast<unsigned long>(left) + static_cast<unsigned long>(right);
+    const unsigned __int128 newH =
+        static_cast<unsigned __int128>(h) + static_cast<unsigned long>(top) + static_cast<unsigned long>(bottom);
     if (newW > UINT32_MAX || newH > UINT32_MAX) {
         setLastError(kErrTooBig);
         return false;
@@ -233,8 +252,9 @@ bool DibImage::Expand(long left, long top, long right, long bottom, RGBQUAD canv
     case 8: {
         const uint8_t fill = tmp.GetNearestIndex(canvasColour);
         std::memset(dst, fill, tmp.head_.biSizeImage);
-        for (size_t y = 0; y < h; ++y)
+        for (size_t y = 0; y < h; ++y) {
             std::memcpy(dst + (y + y0) * dstStride + x0, src + y * srcStride, w);
+        }
         break;
     }
     case 24: {
@@ -246,8 +266,9 @@ bool DibImage::Expand(long left, long top, long right, long bottom, RGBQUAD canv
                 p[2] = canvasColour.rgbRed;
             }
         }
-        for (size_t y = 0; y < h; ++y)
+        for (size_t y = 0; y < h; ++y) {
             std::memcpy(dst + (y + y0) * dstStride + 3 * x0, src + y * srcStride, 3 * static_cast<size_t>(w));
+        }
         break;
     }
     default:
@@ -260,17 +281,20 @@ bool DibImage::Expand(long left, long top, long right, long bottom, RGBQUAD canv
 
 void DibImage::MakeCenter(int32_t newWidth)
 {
-    if (!block_)
+    if (!block_) {
         return;
+    }
     const uint32_t w = GetWidth();
     const uint32_t h = GetHeight();
-    if (static_cast<int64_t>(w) >= newWidth)
+    if (static_cast<int64_t>(w) >= newWidth) {
         return;
+    }
     const unsigned bpp = head_.biBitCount;
 
     DibImage tmp;
-    if (!createReplacement(tmp, static_cast<uint32_t>(newWidth), h, 8))
+    if (!createReplacement(tmp, static_cast<uint32_t>(newWidth), h, 8)) {
         return;
+    }
 
     // Indices are copied (a paletteless 24-bit image has only zero indices).
     const size_t off = static_cast<size_t>((static_cast<int64_t>(newWidth) - w) / 2);
@@ -282,8 +306,9 @@ void DibImage::MakeCenter(int32_t newWidth)
         if (bpp == 8) {
             std::memcpy(dst, src, w);
         } else if (bpp == 1 || bpp == 4) {
-            for (uint32_t x = 0; x < w; ++x)
+            for (uint32_t x = 0; x < w; ++x) {
                 dst[x] = rowGetIndex(src, x, bpp);
+            }
         }
     }
     Transfer(tmp);
@@ -291,8 +316,9 @@ void DibImage::MakeCenter(int32_t newWidth)
 
 void DibImage::DrawLine(int32_t startX, int32_t endX, int32_t startY, int32_t endY, uint8_t index)
 {
-    if (!block_)
+    if (!block_) {
         return;
+    }
     // Integer Bresenham: step along the major axis, move along the minor one
     // whenever the accumulated error reaches the major length.
     const long dx = startX <= endX ? static_cast<long>(endX) - startX : static_cast<long>(startX) - endX;
@@ -312,14 +338,16 @@ void DibImage::DrawLine(int32_t startX, int32_t endX, int32_t startY, int32_t en
         num += add;
         if (num >= den) {
             num -= den;
-            if (xMajor)
+            if (xMajor) {
                 y += sy;
-            else
+            } else {
                 x += sx;
+            }
         }
-        if (xMajor)
+        if (xMajor) {
             x += sx;
-        else
+        } else {
             y += sy;
+        }
     }
 }

@@ -28,8 +28,9 @@ size_t bufferSize(int32_t width, int32_t height, int32_t channels)
     int64_t wh = 0;
     int64_t whc = 0;
     if (__builtin_mul_overflow(static_cast<int64_t>(width), static_cast<int64_t>(height), &wh) ||
-        __builtin_mul_overflow(wh, static_cast<int64_t>(channels), &whc) || whc < 0)
+        __builtin_mul_overflow(wh, static_cast<int64_t>(channels), &whc) || whc < 0) {
         return std::numeric_limits<size_t>::max();
+    }
     return static_cast<size_t>(whc);
 }
 
@@ -47,12 +48,12 @@ HalvImage::HalvImage(int w, int h, HALV_IMG_COLOR c, unsigned char* pixels)
 {
     size_t n = bufferSize(width, height, channels);
     data = allocate(n);
-    if (n > 0)
+    if (n > 0) {
         std::memcpy(data, pixels, n);
+    }
 }
 
-HalvImage::HalvImage(int w, int h, HALV_IMG_COLOR c)
-    : width(w), height(h), channels(halvChannelsOf(c)), color(c)
+HalvImage::HalvImage(int w, int h, HALV_IMG_COLOR c) : width(w), height(h), channels(halvChannelsOf(c)), color(c)
 {
     data = allocate(bufferSize(width, height, channels));
 }
@@ -62,13 +63,13 @@ HalvImage::HalvImage(const HalvImage& other)
 {
     size_t n = bufferSize(width, height, channels);
     data = allocate(n);
-    if (n > 0)
+    if (n > 0) {
         std::memcpy(data, other.data, n);
+    }
 }
 
 HalvImage::HalvImage(HalvImage&& other) noexcept
-    : width(other.width), height(other.height), channels(other.channels), color(other.color),
-      data(other.data)
+    : width(other.width), height(other.height), channels(other.channels), color(other.color), data(other.data)
 {
     other.width = 0;
     other.height = 0;
@@ -78,14 +79,16 @@ HalvImage::HalvImage(HalvImage&& other) noexcept
 
 HalvImage& HalvImage::operator=(const HalvImage& other)
 {
-    if (this == &other)
+    if (this == &other) {
         return *this;
+    }
     // Allocate and copy before letting go of the old buffer, so that a failed
     // allocation leaves this image as it was.
     size_t n = bufferSize(other.width, other.height, other.channels);
     unsigned char* fresh = allocate(n);
-    if (n > 0)
+    if (n > 0) {
         std::memcpy(fresh, other.data, n);
+    }
     delete[] data;
     data = fresh;
     width = other.width;

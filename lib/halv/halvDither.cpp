@@ -28,8 +28,9 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
     // comes back as a plain copy. Negative dimensions describe no pixels
     // either, whatever their product.
     const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(src.width) * static_cast<uint32_t>(src.height));
-    if (product <= 0 || src.width <= 0 || src.height <= 0)
+    if (product <= 0 || src.width <= 0 || src.height <= 0) {
         return HalvImage(src);
+    }
 
     const int w = src.width;
     const int h = src.height;
@@ -59,8 +60,9 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
     halv_detail::BlurStream blur(w, h, halv_detail::tapsOf(kernel.data(), taps), true,
                                  [gray, ws, &lut](int row, uint8_t* scratch) {
                                      const uint8_t* in = gray + static_cast<size_t>(row) * ws;
-                                     for (size_t x = 0; x < ws; ++x)
+                                     for (size_t x = 0; x < ws; ++x) {
                                          scratch[x] = lut[in[x]];
+                                     }
                                      return static_cast<const uint8_t*>(scratch);
                                  });
     const halv_detail::WeightedTable table(weight);
@@ -97,8 +99,9 @@ HalvImage cvtGray(const HalvImage& src)
     const size_t step = static_cast<size_t>(src.channels);
     const uint8_t* in = src.data;
     if (src.color == HALV_IMG_GRAY) {
-        for (size_t i = 0; i < n; ++i)
+        for (size_t i = 0; i < n; ++i) {
             out.data[i] = in[i * step];
+        }
         return out;
     }
     // Blue first (BGR, BGRA) or red first (every other format); the first
@@ -123,8 +126,9 @@ int thresh_global_moments(const HalvImage& img)
 HalvImage edf_cus(const HalvImage& src, int threshold)
 {
     HalvImage out(src.width, src.height, HALV_IMG_GRAY);
-    if (halv_detail::pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0) {
         return out;
+    }
     const int w = src.width;
     const int h = src.height;
     const size_t ws = static_cast<size_t>(w);

@@ -36,32 +36,39 @@ void enh_piecewise_gamma(HalvImage& img, int split, float gammaLow, float gammaH
     halv_detail::buildGammaLut(split, gammaLow, gammaHigh, lut);
     const size_t n = halv_detail::pixelCount(img);
     uint8_t* p = img.data;
-    for (size_t i = 0; i < n; ++i)
+    for (size_t i = 0; i < n; ++i) {
         p[i] = lut[p[i]];
+    }
 }
 
 void generateGaussianKernel1D(int size, double sigma, double* kernel)
 {
-    if (size <= 0)
+    if (size <= 0) {
         return;
+    }
     const int half = size / 2;
     const double norm = 1.0 / (static_cast<double>(my_sqrt(6.2831855f)) * sigma);
     // An even size has one offset more than entries; the last one is left out.
-    for (int i = -half; i <= half && i + half < size; ++i)
-        kernel[i + half] = norm * static_cast<double>(my_exp(
-                                      static_cast<float>((-0.5 * static_cast<double>(i * i)) / (sigma * sigma))));
+    for (int i = -half; i <= half && i + half < size; ++i) {
+        kernel[i + half] =
+            norm *
+            static_cast<double>(my_exp(static_cast<float>((-0.5 * static_cast<double>(i * i)) / (sigma * sigma))));
+    }
     double sum = 0.0;
-    for (int k = 0; k < size; ++k)
+    for (int k = 0; k < size; ++k) {
         sum += kernel[k];
-    for (int k = 0; k < size; ++k)
+    }
+    for (int k = 0; k < size; ++k) {
         kernel[k] /= sum;
+    }
 }
 
 HalvImage convolve1D(const HalvImage& src, const double* kernel, int size, bool horizontal)
 {
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (halv_detail::pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0) {
         return out;
+    }
     const int w = src.width;
     const int h = src.height;
     const Taps taps = halv_detail::tapsOf(kernel, size);
@@ -87,8 +94,9 @@ HalvImage enh_gaussian_filter_fast(const HalvImage& src, int size, double sigma)
 {
     const std::vector<double> kernel = gaussianKernel1D(size, sigma);
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (halv_detail::pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0) {
         return out;
+    }
     // Both passes in one sweep: the horizontal pass of a row is computed (and
     // rounded to bytes) once, and kept only while the vertical window needs
     // it, instead of in a whole intermediate image.
@@ -103,8 +111,9 @@ HalvImage enh_gaussian_filter_fast(const HalvImage& src, int size, double sigma)
 
 void generateGaussianKernel(int size, double sigmaX, double sigmaY, double* kernel)
 {
-    if (size <= 0)
+    if (size <= 0) {
         return;
+    }
     const int hx = size / 2;
     const int hy = size / 2;
     const double norm = 1.0 / ((6.283185307179586 * sigmaX) * sigmaY);
@@ -118,17 +127,20 @@ void generateGaussianKernel(int size, double sigmaX, double sigmaY, double* kern
     }
     const size_t n = static_cast<size_t>(size) * static_cast<size_t>(size);
     double sum = 0.0;
-    for (size_t k = 0; k < n; ++k)
+    for (size_t k = 0; k < n; ++k) {
         sum += kernel[k];
-    for (size_t k = 0; k < n; ++k)
+    }
+    for (size_t k = 0; k < n; ++k) {
         kernel[k] /= sum;
+    }
 }
 
 HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, double sigmaY)
 {
     HalvImage out(src.width, src.height, HALV_IMG_GRAY);
-    if (halv_detail::pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0) {
         return out;
+    }
     const int h = size / 2;
     const size_t side = static_cast<size_t>(size > 0 ? size : 0);
     std::vector<double> kernel(side * side);
@@ -157,7 +169,8 @@ HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, dou
 HalvImage add_Weighted(const HalvImage& a, const HalvImage& b, float weight)
 {
     HalvImage out = halv_detail::imageToOverwrite(a);
-    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), halv_detail::WeightedTable(weight), out.data);
+    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), halv_detail::WeightedTable(weight),
+                                out.data);
     return out;
 }
 
@@ -166,8 +179,9 @@ HalvImage enh_unsharp_mask(const HalvImage& src, float amountPercent, int size)
     const float weight = amountPercent / 100;
     const std::vector<double> kernel = gaussianKernel1D(size, 3.0);
     HalvImage out = halv_detail::imageToOverwrite(src);
-    if (halv_detail::pixelCount(src) == 0)
+    if (halv_detail::pixelCount(src) == 0) {
         return out;
+    }
     // The blurred image only ever meets the source row by row: stream it.
     const size_t ws = static_cast<size_t>(src.width);
     const halv_detail::WeightedTable table(weight);

@@ -53,8 +53,9 @@ float my_pow(float x, float y);
 // Round half away from zero; the sum x +/- 0.5 is formed in float.
 inline int my_round(float x)
 {
-    if (static_cast<double>(x) >= 0)
+    if (static_cast<double>(x) >= 0) {
         return halvTruncToInt(x + 0.5f);
+    }
     return halvTruncToInt(x - 0.5f);
 }
 
@@ -62,16 +63,19 @@ inline int my_round(float x)
 template <typename T>
 inline T myClamp(T v, T lo, T hi)
 {
-    if (v < lo)
+    if (v < lo) {
         return lo;
-    if (v < hi)
+    }
+    if (v < hi) {
         return v;
+    }
     return hi;
 }
 
 inline bool isWithinBounds(int x, int y, int width, int height)
 {
-    if (x < 0 || x >= width)
+    if (x < 0 || x >= width) {
         return false;
+    }
     return y >= 0 && y < height;
 }

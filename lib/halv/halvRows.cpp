@@ -23,18 +23,19 @@ namespace halv_detail {
 
 size_t pixelCount(const HalvImage& img)
 {
-    if (img.width <= 0 || img.height <= 0)
+    if (img.width <= 0 || img.height <= 0) {
         return 0;
+    }
     return static_cast<size_t>(img.width) * static_cast<size_t>(img.height);
 }
-
 
 Taps tapsOf(const double* kernel, int size)
 {
     Taps t;
     t.kernel = kernel;
-    if (size <= 0)
+    if (size <= 0) {
         return t;
+    }
     t.half = size / 2;
     t.count = size;  // offsets -half .. size - 1 - half
     return t;
@@ -42,8 +43,9 @@ Taps tapsOf(const double* kernel, int size)
 
 HalvImage imageToOverwrite(const HalvImage& src)
 {
-    if (src.width > 0 && src.height > 0 && src.channels == 1 && halvChannelsOf(src.color) == 1)
+    if (src.width > 0 && src.height > 0 && src.channels == 1 && halvChannelsOf(src.color) == 1) {
         return HalvImage(src.width, src.height, src.color);
+    }
     return HalvImage(src);
 }
 
@@ -55,8 +57,9 @@ namespace {
 HALV_ROW_LOOP
 void accumulate(double* __restrict acc, const double* __restrict src, double k, size_t n)
 {
-    for (size_t x = 0; x < n; ++x)
+    for (size_t x = 0; x < n; ++x) {
         acc[x] += src[x] * k;
+    }
 }
 
 // out[x] = low byte of my_round((float)acc[x]), written without branches so
@@ -85,14 +88,16 @@ void hblurRow(const uint8_t* in, int width, const Taps& taps, double* __restrict
         const size_t half = static_cast<size_t>(taps.half);
         const size_t right = static_cast<size_t>(taps.count - 1 - taps.half);
         std::fill(pad, pad + half, static_cast<double>(in[0]));
-        for (size_t x = 0; x < n; ++x)
+        for (size_t x = 0; x < n; ++x) {
             pad[half + x] = static_cast<double>(in[x]);
+        }
         std::fill(pad + half + n, pad + half + n + right, static_cast<double>(in[n - 1]));
     }
     // Taps outside, pixels inside: every pixel still adds its products in
     // offset order, and the inner loop runs across independent pixels.
-    for (int t = 0; t < taps.count; ++t)
+    for (int t = 0; t < taps.count; ++t) {
         accumulate(acc, pad + t, taps.kernel[t], n);
+    }
     roundRow(acc, n, out);
 }
 
@@ -100,8 +105,9 @@ void vblurRow(const double* const* rows, int width, const Taps& taps, double* ac
 {
     const size_t n = static_cast<size_t>(width);
     std::fill(acc, acc + n, 0.0);
-    for (int t = 0; t < taps.count; ++t)
+    for (int t = 0; t < taps.count; ++t) {
         accumulate(acc, rows[t], taps.kernel[t], n);
+    }
     roundRow(acc, n, out);
 }
 
@@ -113,16 +119,19 @@ uint8_t weightedPixel(uint8_t a, uint8_t b, float weight)
 
 WeightedTable::WeightedTable(float weight) : table_(size_t{1} << 16)
 {
-    for (int a = 0; a < 256; ++a)
-        for (int b = 0; b < 256; ++b)
+    for (int a = 0; a < 256; ++a) {
+        for (int b = 0; b < 256; ++b) {
             table_[static_cast<size_t>(a) << 8 | static_cast<size_t>(b)] =
                 weightedPixel(static_cast<uint8_t>(a), static_cast<uint8_t>(b), weight);
+        }
+    }
 }
 
 void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out)
 {
-    for (size_t i = 0; i < n; ++i)
+    for (size_t i = 0; i < n; ++i) {
         out[i] = table(a[i], b[i]);
+    }
 }
 
 void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256])
@@ -139,10 +148,9 @@ void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256])
                 lut[i] = static_cast<uint8_t>(split);
                 continue;
             }
-            float r = my_pow((static_cast<float>(i) - static_cast<float>(split)) / static_cast<float>(upper),
-                             gammaHigh);
-            lut[i] = static_cast<uint8_t>(
-                halvTruncToInt(r * static_cast<float>(upper) + static_cast<float>(split)));
+            float r =
+                my_pow((static_cast<float>(i) - static_cast<float>(split)) / static_cast<float>(upper), gammaHigh);
+            lut[i] = static_cast<uint8_t>(halvTruncToInt(r * static_cast<float>(upper) + static_cast<float>(split)));
         }
     }
 }
@@ -159,8 +167,9 @@ int momentThreshold(const uint8_t* pixels, size_t n)
         ++hist4[2][pixels[i + 2]];
         ++hist4[3][pixels[i + 3]];
     }
-    for (; i < n; ++i)
+    for (; i < n; ++i) {
         ++hist4[0][pixels[i]];
+    }
 
     const float total = static_cast<float>(static_cast<int32_t>(n));
     float p[256];
@@ -182,12 +191,14 @@ int momentThreshold(const uint8_t* pixels, size_t n)
     const float c0 = (-m2 * m2 + m1 * m3) / cd;
     const float c1 = (-m0 * m3 + m2 * m1) / cd;
     const float disc = static_cast<float>(static_cast<double>(c1 * c1) + static_cast<double>(c0) * -4.0);
-    if (0 > disc)
+    if (0 > disc) {
         return 128;
+    }
     // One gray level throughout gives cd = 0 and a NaN discriminant: no two
     // levels to separate, so the middle of the range, as for a negative one.
-    if (disc != disc)
+    if (disc != disc) {
         return 128;
+    }
     const float r = my_sqrt(disc);
     const float z0 = 0.5f * (-c1 - r);
     const float z1 = 0.5f * (-c1 + r);
@@ -195,8 +206,9 @@ int momentThreshold(const uint8_t* pixels, size_t n)
     float cum = 0.0f;
     for (int k = 0; k < 256; ++k) {
         cum += p[k];
-        if (cum > p0)
+        if (cum > p0) {
             return k;
+        }
     }
     return -1;
 }
@@ -229,16 +241,18 @@ void BlurStream::load(int row)
         pass = hrow_.data();
     }
     double* d = dblRing_.data() + slot * w;
-    for (size_t x = 0; x < w; ++x)
+    for (size_t x = 0; x < w; ++x) {
         d[x] = static_cast<double>(pass[x]);
+    }
 }
 
 const uint8_t* BlurStream::next()
 {
     const int y = y_++;
     const int need = std::min(height_ - 1, y + lookahead_);
-    while (loaded_ < need)
+    while (loaded_ < need) {
         load(++loaded_);
+    }
     const size_t w = static_cast<size_t>(width_);
     for (int t = 0; t < taps_.count; ++t) {
         const int r = myClamp(y + t - taps_.half, 0, height_ - 1);
@@ -288,8 +302,9 @@ void edfRow(const uint8_t* __restrict src, const uint8_t* __restrict above, uint
         const float v = a + static_cast<float>(src[x]);
         const bool white = v > threshold;
         int blackNeighbours = 0;
-        if (interiorRow && x >= 1 && x < width - 1)
+        if (interiorRow && x >= 1 && x < width - 1) {
             blackNeighbours = (left == 0) + (above[x] == 0);
+        }
         // A black pixel passes v on whole: v + 0 is v, since v (a sum with
         // the byte +0 or more) is never -0. Adding a selected term instead of
         // selecting between two sums keeps the scan free of branches on the

@@ -86,7 +86,7 @@ private:
     Taps taps_;
     bool horizontal_;
     Fetch fetch_;
-    int ring_;     // rows kept: every row of one vertical window, at least 1
+    int ring_;       // rows kept: every row of one vertical window, at least 1
     int lookahead_;  // highest tap offset that reads a row, at least 0
     int loaded_ = -1;
     int y_ = 0;
@@ -124,7 +124,7 @@ private:
 // Diffuses one row. `above` is the output row y - 1 (null on row 0), `cur` the
 // errors already diffused into row y, `nxt` collects those for row y + 1.
 // `interiorRow` is 0 < y < height - 1.
-void edfRow(const uint8_t* src, const uint8_t* above, uint8_t* out, const float* cur, float* nxt,
-            int width, bool interiorRow, float threshold);
+void edfRow(const uint8_t* src, const uint8_t* above, uint8_t* out, const float* cur, float* nxt, int width,
+            bool interiorRow, float threshold);
 
 }  // namespace halv_detail

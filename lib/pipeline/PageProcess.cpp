@@ -14,8 +14,8 @@ bool isTattooType(DitherType type)
 
 }  // namespace
 
-int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width,
-                              int32_t height, unsigned char* out, size_t outCapacity)
+int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
+                              unsigned char* out, size_t outCapacity)
 {
     // The printer's own halftone type decides the path, not the argument.
     const bool useTattoo = isTattooType(getHalftoneType());

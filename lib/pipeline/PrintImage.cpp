@@ -100,8 +100,7 @@ void KorvoPrinter::logProcessedImage(const unsigned char* result, size_t bytesPe
                    "printImage: Processed image information - pointer address: %lu, width: %zu, height: %zu, bytes "
                    "per line: %zu, number of top blank lines: %zu, number of bottom blank lines: %zu, adjusted "
                    "height: %zu",
-                   reinterpret_cast<unsigned long>(trimmed), bytesPerLine, height, width, top, bottom,
-                   adjustedHeight);
+                   reinterpret_cast<unsigned long>(trimmed), bytesPerLine, height, width, top, bottom, adjustedHeight);
 }
 
 void KorvoPrinter::printProcessedImage()

@@ -5,10 +5,9 @@ int KorvoPrinter::GrayToMono(int bytesPerLine, int height, unsigned char* data)
 {
     const unsigned long skip = getSkipRightPixels();
     const unsigned long rowLength = static_cast<unsigned long>(bytesPerLine);
-    const long packedWidth =
-        (skip != 0 && skip < rowLength) ? static_cast<long>(rowLength - skip) : bytesPerLine;
-    korvoLogCommon(KORVO_LOG_DEBUG, "GrayToMono, bpl(%d), h(%d), skipPixels(%d), wb(%d)", bytesPerLine,
-                   height, static_cast<int>(skip), static_cast<int>(packedWidth));
+    const long packedWidth = (skip != 0 && skip < rowLength) ? static_cast<long>(rowLength - skip) : bytesPerLine;
+    korvoLogCommon(KORVO_LOG_DEBUG, "GrayToMono, bpl(%d), h(%d), skipPixels(%d), wb(%d)", bytesPerLine, height,
+                   static_cast<int>(skip), static_cast<int>(packedWidth));
 
     // Packed output never overtakes the input being read: row y's packed
     // bytes end at or before row y's first input byte is consumed.

@@ -14,8 +14,7 @@ int clampTo(int value, int low, int high)
 
 KorvoPrinter::KorvoPrinter()
 {
-    korvoStrCpy(capturePathTemplate_, "prnimg_%d-%d-%d_%d_%d_%d_%ld.bmp",
-                sizeof(capturePathTemplate_));
+    korvoStrCpy(capturePathTemplate_, "prnimg_%d-%d-%d_%d_%d_%d_%ld.bmp", sizeof(capturePathTemplate_));
     outputStreams_.push_back(stdout);
 }
 

@@ -75,11 +75,11 @@ public:
     void printImage(const unsigned char* rows, size_t bytesPerLine, size_t height, size_t width);
     // Processes the page into pimage and copies the result into out, never
     // more than outCapacity bytes.
-    int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width,
-                    int32_t height, unsigned char* out, size_t outCapacity = SIZE_MAX);
+    int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
+                    unsigned char* out, size_t outCapacity = SIZE_MAX);
     void EnableAntiWrink(DibImage& image);
-    void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
-                   unsigned long width, unsigned short bitsPerPixel);
+    void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height, unsigned long width,
+                   unsigned short bitsPerPixel);
 
     // Packs 8-bit rows (non-zero = dot) to 1 bit per pixel in place, MSB
     // first; returns the number of packed bytes.
@@ -94,8 +94,7 @@ public:
     const char* modelName = nullptr;
 
 protected:
-    virtual void doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height,
-                              size_t width) = 0;
+    virtual void doPrintImage(const unsigned char* data, size_t bytesPerLine, size_t height, size_t width) = 0;
 
     DibImage pageImage_;
     DibImage halftoneImage_;
@@ -103,12 +102,11 @@ protected:
 
 private:
     void copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride);
-    void copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
-                             int32_t stride, size_t outCapacity);
-    bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height,
-                                   unsigned char* out);
-    void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width,
-                           size_t top, size_t bottom);
+    void copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height, int32_t stride,
+                             size_t outCapacity);
+    bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height, unsigned char* out);
+    void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width, size_t top,
+                           size_t bottom);
     void printProcessedImage();
     // The capture file name pattern, taken in the capture directory.
     void setCaptureTemplate(const char* fileNamePattern);

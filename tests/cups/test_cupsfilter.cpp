@@ -55,16 +55,15 @@ protected:
         // others; the filter runs the test build so that its page captures go
         // to this directory, not to the spooler's.
         const std::string wrapper = dir.file("rastertokorvoppli");
-        writeFile(wrapper,
-                  "#!/bin/sh\nexec '" + testFilter() + "' --capture-dir='" + dir.path() + "' --geometry-log='" +
-                      dir.file("geometry.log") + "' \"$@\"\n");
+        writeFile(wrapper, "#!/bin/sh\nexec '" + testFilter() + "' --capture-dir='" + dir.path() +
+                               "' --geometry-log='" + dir.file("geometry.log") + "' \"$@\"\n");
         chmod(wrapper.c_str(), 0755);
 
         std::string ppd = readText(builtPpd("korvr27.ppd"));
         ppd = replaceLine(ppd, "*ModelName:", "*ModelName: \"CUPSTEST\"");
-        ppd = replaceLine(ppd, "*cupsFilter2:",
-                          "*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 " + wrapper +
-                              "\"");
+        ppd =
+            replaceLine(ppd, "*cupsFilter2:",
+                        "*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 " + wrapper + "\"");
         writeFile(dir.file("test.ppd"), ppd);
         writeFile(dir.file("doc.ps"), kDocument);
         ASSERT_EQ(shell("gs -q -dNOPAUSE -dBATCH -dSAFER -sDEVICE=pdfwrite -sOutputFile='" + dir.file("doc.pdf") +

@@ -42,17 +42,46 @@ void expectDeclarations(const ShippedModel& model)
 {
     const std::string text = readText(builtPpd(model.file));
     const std::vector<std::string> expected = {
-        "*Manufacturer: \"Korvo\"", std::string("*ModelName: \"") + model.modelName + "\"\n",
+        "*Manufacturer: \"Korvo\"",
+        std::string("*ModelName: \"") + model.modelName + "\"\n",
         "*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 rastertokorvoppli\"",
-        "*cupsManualCopies: True", "cupsColorSpace 3", "cupsBitsPerColor 8",
-        std::string("*DefaultHalftoneType: ") + model.defaultHalftone + "\n", "*PageSize A4", "*PageSize Letter",
-        "*PageSize Tattoo_A5", "*PageSize Tattoo_A6", "*CustomPageSize True", "*HalftoneType None",
-        "*HalftoneType FloydSteinberg", "*HalftoneType Ordered", "*HalftoneType Burkes", "*HalftoneType Stucki",
-        "*HalftoneType JarvisJudiceNinke", "*HalftoneType Sierra", "*HalftoneType StevensonArce",
-        "*HalftoneType Tattoo/", "*HalftoneType Tattoo_Q6", "*PaperType LabelMark", "*PostAction TearOff",
-        "*PostAction Cut", "*PostAction None", "*Occurrence EveryPage", "*Occurrence AfterJob", "*Origin Rotation180",
-        "*MirrorImage True", "*NegativeImage True", "*Darkness Light", "*Darkness Middle", "*Darkness Dark",
-        "*Brightness -100", "*Brightness 100", "*Contrast -100", "*Contrast 100", "*MediaMethod", "*GapsHeight",
+        "*cupsManualCopies: True",
+        "cupsColorSpace 3",
+        "cupsBitsPerColor 8",
+        std::string("*DefaultHalftoneType: ") + model.defaultHalftone + "\n",
+        "*PageSize A4",
+        "*PageSize Letter",
+        "*PageSize Tattoo_A5",
+        "*PageSize Tattoo_A6",
+        "*CustomPageSize True",
+        "*HalftoneType None",
+        "*HalftoneType FloydSteinberg",
+        "*HalftoneType Ordered",
+        "*HalftoneType Burkes",
+        "*HalftoneType Stucki",
+        "*HalftoneType JarvisJudiceNinke",
+        "*HalftoneType Sierra",
+        "*HalftoneType StevensonArce",
+        "*HalftoneType Tattoo/",
+        "*HalftoneType Tattoo_Q6",
+        "*PaperType LabelMark",
+        "*PostAction TearOff",
+        "*PostAction Cut",
+        "*PostAction None",
+        "*Occurrence EveryPage",
+        "*Occurrence AfterJob",
+        "*Origin Rotation180",
+        "*MirrorImage True",
+        "*NegativeImage True",
+        "*Darkness Light",
+        "*Darkness Middle",
+        "*Darkness Dark",
+        "*Brightness -100",
+        "*Brightness 100",
+        "*Contrast -100",
+        "*Contrast 100",
+        "*MediaMethod",
+        "*GapsHeight",
         "*Resolution 300dpi"};
     for (const std::string& line : expected) {
         EXPECT_NE(text.find(line), std::string::npos) << line;
@@ -63,7 +92,6 @@ void expectDeclarations(const ShippedModel& model)
     EXPECT_EQ(text.find("*AntiWrinkle 5") != std::string::npos, model.stencil);
     EXPECT_EQ(text.find("*Resolution 203dpi") == std::string::npos, model.stencil);
 }
-
 
 TEST(ShippedPpds, PassCupstestppd)
 {

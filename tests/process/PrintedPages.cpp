@@ -7,8 +7,8 @@ namespace korvotest {
 
 namespace {
 
-const char* const kTypeNames[] = {"None",   "FloydSteinberg", "Ordered",       "Burkes", "Stucki",
-                                  "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo", "Tattoo_Q6"};
+const char* const kTypeNames[] = {"None",   "FloydSteinberg", "Ordered", "Burkes",   "Stucki", "JarvisJudiceNinke",
+                                  "Sierra", "StevensonArce",  "Tattoo",  "Tattoo_Q6"};
 
 pageref::PageInput pageInput(const RasterPage& page)
 {
@@ -72,11 +72,10 @@ std::vector<size_t> packetSizes(const korvostream::Stream& stream, size_t areaOf
 
 std::string optionsFor(const pageref::JobSettings& s)
 {
-    std::string options = std::string("HalftoneType=") + kTypeNames[s.halftoneType] +
-                          " Brightness=" + std::to_string(s.brightness) + " Contrast=" + std::to_string(s.contrast) +
-                          " Origin=" + (s.rotate180 ? "Rotation180" : "Normal") +
-                          " MirrorImage=" + (s.mirror ? "True" : "False") +
-                          " NegativeImage=" + (s.negative ? "True" : "False");
+    std::string options =
+        std::string("HalftoneType=") + kTypeNames[s.halftoneType] + " Brightness=" + std::to_string(s.brightness) +
+        " Contrast=" + std::to_string(s.contrast) + " Origin=" + (s.rotate180 ? "Rotation180" : "Normal") +
+        " MirrorImage=" + (s.mirror ? "True" : "False") + " NegativeImage=" + (s.negative ? "True" : "False");
     if (s.antiWrinkle >= 0) {
         options += " AntiWrinkle=" + std::to_string(s.antiWrinkle);
     }

@@ -49,8 +49,7 @@ std::string captureName(time_t when, int number)
     localtime_r(&when, &local);
     char name[128];
     snprintf(name, sizeof(name), "%s_%d-%d-%d_%d_%d_%d_%d.bmp", number % 2 ? "dithered" : "origin",
-             local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-             number);
+             local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, number);
     return name;
 }
 

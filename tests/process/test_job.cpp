@@ -55,12 +55,14 @@ TEST(FilterJob, PagesThatEndOrSkip)
                             h.cupsBytesPerLine = 2;
                             pixels.assign(4, 0);
                         })},
-         1, kPage.substr(0, kPage.size() - 1)},
+         1,
+         kPage.substr(0, kPage.size() - 1)},
         // libcups cannot read on after a short page: the page is not
         // counted, nothing is printed for it, the job ends normally.
         {"unreadable pixels",
          {good, changed(uniformPage(32, 10, 203, 0), [](auto&, std::vector<uint8_t>& pixels) { pixels.resize(96); })},
-         0, kPage + kPageStart + kJobEnd},
+         0,
+         kPage + kPageStart + kJobEnd},
         {"over 4 GiB",
          {changed(good,
                   [](cups_page_header2_t& h, std::vector<uint8_t>& pixels) {
@@ -69,11 +71,16 @@ TEST(FilterJob, PagesThatEndOrSkip)
                       h.cupsHeight = 70000;
                       pixels.clear();
                   })},
-         1, ""},
-        {"wider than its lines", {good, changed(good, [](cups_page_header2_t& h, auto&) { h.cupsWidth = 20; })}, 1,
+         1,
+         ""},
+        {"wider than its lines",
+         {good, changed(good, [](cups_page_header2_t& h, auto&) { h.cupsWidth = 20; })},
+         1,
          kPage.substr(0, kPage.size() - 1)},
         // A page that cannot be loaded prints nothing, not the previous page.
-        {"zero width", {good, changed(good, [](cups_page_header2_t& h, auto&) { h.cupsWidth = 0; })}, 0,
+        {"zero width",
+         {good, changed(good, [](cups_page_header2_t& h, auto&) { h.cupsWidth = 0; })},
+         0,
          kPage + kPageStart + "PC0 PC1 " + kJobEnd},
     };
     for (const Case& c : cases) {
@@ -155,8 +162,8 @@ TEST(FilterJob, MediaActionsFollowTheTable)
     for (const char* occurrence : {"EveryPage", "AfterJob"}) {
         for (const char* action : {"TearOff", "Cut", "None"}) {
             for (const char* paper : {"LabelMark", "Continuous", "LabelGap"}) {
-                const std::string options = std::string("Occurrence=") + occurrence + " PostAction=" + action +
-                                            " PaperType=" + paper;
+                const std::string options =
+                    std::string("Occurrence=") + occurrence + " PostAction=" + action + " PaperType=" + paper;
                 const FilterResult result = print({.pages = {page, page, page}, .options = options});
                 EXPECT_EQ(result.controlWords(), expectedMediaActions(occurrence, action, paper, 3)) << options;
             }
@@ -171,9 +178,8 @@ TEST(FilterJob, StencilPrinterFeedsBeforeEachImage)
     const FilterResult result = print({.ppd = "korvk5.ppd",
                                        .pages = {uniformPage(16, 2, 300, 9), uniformPage(16, 2, 203, 9)},
                                        .options = "HalftoneType=None AntiWrinkle=0"});
-    EXPECT_EQ(result.words(),
-              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 "
-              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 AREA ROWS PC1 PC0 PC1");
+    EXPECT_EQ(result.words(), "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 "
+                              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 AREA ROWS PC1 PC0 PC1");
 }
 
 }  // namespace

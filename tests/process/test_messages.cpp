@@ -107,9 +107,9 @@ TEST(Messages, JobSettings)
     const RasterPage page = uniformPage(16, 2, 203, 0);
     const std::pair<Job, std::vector<std::string>> cases[] = {
         {{.ppd = conversions, .pages = {page}},
-         {"GapsHeight:0", "Origin:Rotation180", "MirrorImage:-1", "NegativeImage:0", "Darkness:0",
-          "halftoneType:0", "PageSize:w288h432", "pageWidth:101.606400", "pageHeight:" + floatText(432 * 0.3528),
-          "AntiWrinkle:-1", "IsTattooPrinter:0", "ModelName:TEST"}},
+         {"GapsHeight:0", "Origin:Rotation180", "MirrorImage:-1", "NegativeImage:0", "Darkness:0", "halftoneType:0",
+          "PageSize:w288h432", "pageWidth:101.606400", "pageHeight:" + floatText(432 * 0.3528), "AntiWrinkle:-1",
+          "IsTattooPrinter:0", "ModelName:TEST"}},
         {{.ppd = conversions,
           .pages = {page},
           .options = "Darkness=Dark MirrorImage=256 NegativeImage=7 GapsHeight=4 HalftoneType=Stucki Origin=Normal"},
@@ -182,16 +182,16 @@ TEST(Messages, PipelineAndFrameLogs)
     const FilterResult framed = print({.ppd = "korvk5.ppd",
                                        .pages = {grayPage(1201, 1400, 300, randomShade(3), "Tattoo_A6")},
                                        .options = "HalftoneType=None AntiWrinkle=2"});
-    EXPECT_TRUE(inOrder(framed.err,
-                        {"DEBUG:EnableAntiWrink: AntiWrinkle level: 2, line_v: 24 points, line_h: 12 points.\n"
-                         "DEBUG:EnableAntiWrink: Page size is Tattoo_A6, CanvasWidth: 1229, CanvasHeight: 1418\n"
-                         "DEBUG:EnableAntiWrink: Image width is less than canvas width, exPoints: 14\n"
-                         "DEBUG:EnableAntiWrink: Image height is less than canvas height, eyPoints: 9\n"
-                         "DEBUG:EnableAntiWrink: Image expanded successfully.\n"
-                         "DEBUG:EnableAntiWrink: Drawing left line. point(0, 0, 24, 1418)\n"
-                         "DEBUG:EnableAntiWrink: Drawing top line. point(0, 0, 1229, 12)\n"
-                         "DEBUG:EnableAntiWrink: Drawing right line. point(1205, 0, 1229, 1418)\n"
-                         "DEBUG:EnableAntiWrink: Drawing bottom line. point(0, 1406, 1229, 1418)\n"}));
+    EXPECT_TRUE(
+        inOrder(framed.err, {"DEBUG:EnableAntiWrink: AntiWrinkle level: 2, line_v: 24 points, line_h: 12 points.\n"
+                             "DEBUG:EnableAntiWrink: Page size is Tattoo_A6, CanvasWidth: 1229, CanvasHeight: 1418\n"
+                             "DEBUG:EnableAntiWrink: Image width is less than canvas width, exPoints: 14\n"
+                             "DEBUG:EnableAntiWrink: Image height is less than canvas height, eyPoints: 9\n"
+                             "DEBUG:EnableAntiWrink: Image expanded successfully.\n"
+                             "DEBUG:EnableAntiWrink: Drawing left line. point(0, 0, 24, 1418)\n"
+                             "DEBUG:EnableAntiWrink: Drawing top line. point(0, 0, 1229, 12)\n"
+                             "DEBUG:EnableAntiWrink: Drawing right line. point(1205, 0, 1229, 1418)\n"
+                             "DEBUG:EnableAntiWrink: Drawing bottom line. point(0, 1406, 1229, 1418)\n"}));
 }
 
 constexpr uint64_t kReady = 0x800000;
@@ -208,7 +208,7 @@ struct StatusCase {
     std::string model;
     std::vector<PollAnswer> answers;
     int pollLimit;
-    int polls;                        // status queries answered
+    int polls;                         // status queries answered
     std::vector<std::string> inOrder;  // spooler text, in this order
     std::vector<std::pair<std::string, size_t>> counts;
     int intervalMs = 20;
@@ -228,7 +228,9 @@ const StatusCase kStatusCases[] = {
      "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 PC1 QUERY PC0 PC1"},
     {"paper out keeps the wait going",
      "V315",
-     {{fullStatusReply(kReady | kPaperOut)}, {fullStatusReply(kPaperOut)}, {fullStatusReply(kReady)},
+     {{fullStatusReply(kReady | kPaperOut)},
+      {fullStatusReply(kPaperOut)},
+      {fullStatusReply(kReady)},
       {fullStatusReply(kReady | kPaperOut)}},
      300,
      4,
@@ -242,8 +244,10 @@ const StatusCase kStatusCases[] = {
      {"STATE: -media-empty-warning\nINFO: Printing\nSTATE: +cover-open-warning\n", kReadyLines}},
     {"the same status twice is reported once",
      "Q6",
-     {{fullStatusReply(kPaperOut | kCoverOpen)}, {fullStatusReply(kPaperOut | kCoverOpen)},
-      {fullStatusReply(kReady)}, {fullStatusReply(kPaperOut)}},
+     {{fullStatusReply(kPaperOut | kCoverOpen)},
+      {fullStatusReply(kPaperOut | kCoverOpen)},
+      {fullStatusReply(kReady)},
+      {fullStatusReply(kPaperOut)}},
      300,
      4,
      {},
@@ -281,7 +285,9 @@ const StatusCase kStatusCases[] = {
     // poll: the late reply says "ready", the next one "paper out".
     {"a late reply is not taken for the next poll",
      "R27",
-     {{fullStatusReply(kReady), true}, {fullStatusReply(kPaperOut)}, {fullStatusReply(kReady)},
+     {{fullStatusReply(kReady), true},
+      {fullStatusReply(kPaperOut)},
+      {fullStatusReply(kReady)},
       {fullStatusReply(kPaperOut)}},
      10,
      4,
@@ -294,9 +300,10 @@ TEST(Messages, PrinterStatus)
 {
     for (const StatusCase& c : kStatusCases) {
         PrinterChannels printer([&c](int poll) { return c.answers[std::min<size_t>(poll, c.answers.size() - 1)]; });
-        const FilterResult result = print({.model = c.model,
-                                           .pages = {uniformPage(16, 2, 203, 0)},
-                                           .run = {.pollLimit = c.pollLimit, .pollIntervalMs = c.intervalMs, .printer = &printer}});
+        const FilterResult result =
+            print({.model = c.model,
+                   .pages = {uniformPage(16, 2, 203, 0)},
+                   .run = {.pollLimit = c.pollLimit, .pollIntervalMs = c.intervalMs, .printer = &printer}});
         EXPECT_EQ(result.exitStatus, 0) << c.what;
         EXPECT_EQ(printer.polls(), c.polls) << c.what;
         EXPECT_EQ(countOf(result.controlWords(), "QUERY"), size_t(c.polls)) << c.what;

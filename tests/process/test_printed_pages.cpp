@@ -42,9 +42,9 @@ TEST(PrintedPages, TransformsAndTheirCombinationsMatchTheReference)
 {
     // Brightness, contrast, rotation, mirror, negative.
     const pageref::JobSettings transforms[] = {
-        {0, 20, 0, false, false, false},     {0, 0, -30, false, false, false}, {0, -40, 50, false, false, false},
-        {0, 0, 0, true, false, false},       {0, 0, 0, false, true, false},    {0, 0, 0, false, false, true},
-        {0, 10, 100, true, true, true},      {0, -100, -100, true, false, true},
+        {0, 20, 0, false, false, false}, {0, 0, -30, false, false, false},   {0, -40, 50, false, false, false},
+        {0, 0, 0, true, false, false},   {0, 0, 0, false, true, false},      {0, 0, 0, false, false, true},
+        {0, 10, 100, true, true, true},  {0, -100, -100, true, false, true},
     };
     const std::vector<RasterPage> pages = {grayPage(37, 10, 203, photoShade(7)), grayPage(13, 3, 300, randomShade(8))};
     for (pageref::JobSettings settings : transforms) {
@@ -99,8 +99,12 @@ TEST(PrintedPages, AntiWrinkleFramesMatchTheReference)
         const char* name;
         unsigned width, height;
     };
-    const Case cases[] = {{1, "Tattoo_A6", 1180, 1393}, {2, "Tattoo_A6", 1201, 1400}, {5, "Tattoo_A5", 2000, 1000},
-                          {3, "Tattoo_A6", 1300, 1500}, {4, "A5", 41, 17},             {2, "Letter", 2480, 3035}};
+    const Case cases[] = {{1, "Tattoo_A6", 1180, 1393},
+                          {2, "Tattoo_A6", 1201, 1400},
+                          {5, "Tattoo_A5", 2000, 1000},
+                          {3, "Tattoo_A6", 1300, 1500},
+                          {4, "A5", 41, 17},
+                          {2, "Letter", 2480, 3035}};
     for (const Case& c : cases) {
         printAndCompare({.ppd = "korvk5.ppd", .pages = {grayPage(c.width, c.height, 300, photoShade(c.width), c.name)}},
                         {.antiWrinkle = c.level});
@@ -153,10 +157,10 @@ TEST_F(TattooPages, PhotoAndLineArtAsTheReference)
         grayPage(120, 90, 300, photoShade(1), "Tattoo_A6"), grayPage(75, 41, 300, lineArt(0), "Tattoo_A6"),
         grayPage(64, 48, 300, lineArt(255), "Tattoo_A6"), grayPage(33, 60, 300, photoShade(2), "Custom")};
     // Type, brightness, contrast, rotation, mirror, negative, frame level.
-    const pageref::JobSettings settings[] = {
-        {8, 0, 0, false, false, false, 0}, {9, 0, 0, false, false, false, 0},   {8, 20, -30, true, true, true, 2},
-        {9, 20, -30, true, true, true, 2}, {8, -10, 40, true, false, false, 1}, {9, -10, 40, false, true, true, 1},
-        {9, 0, 50, true, false, false, 5}, {8, 0, 0, false, true, false, 3}};
+    const pageref::JobSettings settings[] = {{8, 0, 0, false, false, false, 0},   {9, 0, 0, false, false, false, 0},
+                                             {8, 20, -30, true, true, true, 2},   {9, 20, -30, true, true, true, 2},
+                                             {8, -10, 40, true, false, false, 1}, {9, -10, 40, false, true, true, 1},
+                                             {9, 0, 50, true, false, false, 5},   {8, 0, 0, false, true, false, 3}};
     for (const pageref::JobSettings& s : settings) {
         print(pages, s);
     }
@@ -171,7 +175,8 @@ TEST_F(TattooPages, PhotoAndLineArtAsTheReference)
 // 128.99 for 133.
 TEST_F(TattooPages, DegeneratePagesPrintPromptlyAsTheReference)
 {
-    std::vector<std::pair<RasterPage, int>> cases = {  // and the moment threshold
+    std::vector<std::pair<RasterPage, int>> cases = {
+        // and the moment threshold
         {uniformPage(1, 1, 300, 104), 128},
         {uniformPage(1, 1, 300, 105), 128},
         {uniformPage(1, 1, 300, 133), 128},
@@ -190,8 +195,10 @@ TEST_F(TattooPages, DegeneratePagesPrintPromptlyAsTheReference)
         EXPECT_EQ(pageref::tattoo::momentThreshold(plane), threshold) << "page " << pages.size() + 1;
         pages.push_back(page);
     }
-    const pageref::JobSettings settings[] = {{8, 0, 0, false, false, false, 0}, {9, 0, 0, false, false, false, 0},
-                                             {8, 20, -30, true, true, true, 1}, {9, 20, -30, true, true, true, 1}};
+    const pageref::JobSettings settings[] = {{8, 0, 0, false, false, false, 0},
+                                             {9, 0, 0, false, false, false, 0},
+                                             {8, 20, -30, true, true, true, 1},
+                                             {9, 20, -30, true, true, true, 1}};
     for (const pageref::JobSettings& s : settings) {
         const std::vector<korvostream::Page> printed = print(pages, s);
         for (size_t i = 2; i < 6 && s.antiWrinkle == 0 && printed.size() == pages.size(); ++i) {

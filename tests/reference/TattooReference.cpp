@@ -6,59 +6,89 @@
 
 namespace pageref::tattoo {
 
-static float myAbs(float v) { return 0 > v ? -v : v; }
+static float myAbs(float v)
+{
+    return 0 > v ? -v : v;
+}
 
 float myExp(float x)
 {
-    if (0 > x) return float(1.0 / double(myExp(-x)));
+    if (0 > x) {
+        return float(1.0 / double(myExp(-x)));
+    }
     float sum = 1.0f, term = 1.0f;
     for (int n = 1; n <= 20; ++n) {
         term = (x / float(n)) * term;
         sum = sum + term;
-        if (double(term) < 1e-6) break;
+        if (double(term) < 1e-6) {
+            break;
+        }
     }
     return sum;
 }
 
 static float mySqrt(float x)
 {
-    if (0 > x) return -1.0f;
-    if (x == 0) return 0.0f;
+    if (0 > x) {
+        return -1.0f;
+    }
+    if (x == 0) {
+        return 0.0f;
+    }
     float g = x / 2.0f;
-    if (!std::isfinite(x)) return g;  // guarded: would never settle
+    if (!std::isfinite(x)) {
+        return g;  // guarded: would never settle
+    }
     for (;;) {  // ends for every finite x but the smallest denormal
         const float n = 0.5f * (g + x / g);
-        if (1e-6f > myAbs(n - g)) return g;  // the estimate before the last step
+        if (1e-6f > myAbs(n - g)) {
+            return g;  // the estimate before the last step
+        }
         g = n;
     }
 }
 
 static float myLn(float x)
 {
-    if (0 >= x) return -1.0f;
+    if (0 >= x) {
+        return -1.0f;
+    }
     float y = (x - 1) / (1 + x);
-    if (!std::isfinite(x)) return y;  // guarded: would never settle
+    if (!std::isfinite(x)) {
+        return y;  // guarded: would never settle
+    }
     for (;;) {  // ends for every base the gamma curve can give
         const float n = y - (myExp(y) - x) / x;
-        if (1e-6f > myAbs(n - y)) return y;  // the value before the last step
+        if (1e-6f > myAbs(n - y)) {
+            return y;  // the value before the last step
+        }
         y = n;
     }
 }
 
 static float myPow(float x, float y)
 {
-    if (x == 0) return y == 0 ? 1.0f : (y > 0 ? 0.0f : -1.0f);
-    if (0 > x && !(y - float(int(y)) == 0)) return -1.0f;
+    if (x == 0) {
+        return y == 0 ? 1.0f : (y > 0 ? 0.0f : -1.0f);
+    }
+    if (0 > x && !(y - float(int(y)) == 0)) {
+        return -1.0f;
+    }
     return myExp(y * myLn(x));
 }
 
-static int myRound(float x) { return double(x) >= 0 ? int(x + 0.5f) : int(x - 0.5f); }
+static int myRound(float x)
+{
+    return double(x) >= 0 ? int(x + 0.5f) : int(x - 0.5f);
+}
 
 int momentThreshold(const Plane& gray)
 {
     int32_t h[256] = {};
     const int n = gray.width * gray.height;
-    for (int i = 0; i < n; ++i) ++h[gray.px.at(i)];
+    for (int i = 0; i < n; ++i) {
+        ++h[gray.px.at(i)];
+    }
     float p[256], m0 = 1.0f, m1 = 0, m2 = 0, m3 = 0;
     for (int k = 0; k < 256; ++k) {
         p[k] = float(h[k]) / float(n);
@@ -68,12 +98,17 @@ int momentThreshold(const Plane& gray)
     }
     const float cd = m0 * m2 - m1 * m1, c0 = (-m2 * m2 + m1 * m3) / cd, c1 = (-m0 * m3 + m2 * m1) / cd;
     const float disc = float(double(c1 * c1) + double(c0) * -4.0);
-    if (0 > disc || disc != disc) return 128;  // NaN guarded: one gray level gives 0/0 moments
+    if (0 > disc || disc != disc) {
+        return 128;  // NaN guarded: one gray level gives 0/0 moments
+    }
     const float r = mySqrt(disc), z0 = 0.5f * (-c1 - r), z1 = 0.5f * (-c1 + r);
     const float p0 = (z1 - m1) / (z1 - z0);
     float cum = 0;
-    for (int k = 0; k < 256; ++k)
-        if ((cum += p[k]) > p0) return k;
+    for (int k = 0; k < 256; ++k) {
+        if ((cum += p[k]) > p0) {
+            return k;
+        }
+    }
     return -1;
 }
 
@@ -91,7 +126,9 @@ void piecewiseGamma(Plane& gray, int split, float gammaLow, float gammaHigh)
             lut[i] = uint8_t(int(myPow(base, gammaHigh) * float(range) + float(split)));
         }
     }
-    for (uint8_t& v : gray.px) v = lut[v];
+    for (uint8_t& v : gray.px) {
+        v = lut[v];
+    }
 }
 
 std::vector<double> gaussianKernel1D(int size, double sigma)
@@ -99,10 +136,13 @@ std::vector<double> gaussianKernel1D(int size, double sigma)
     std::vector<double> k(size);
     const int half = size / 2;
     const double norm = 1.0 / (double(mySqrt(6.2831855f)) * sigma);
-    for (int i = -half; i <= half; ++i)
+    for (int i = -half; i <= half; ++i) {
         k.at(i + half) = norm * double(myExp(float((-0.5 * double(i * i)) / (sigma * sigma))));
+    }
     const double sum = std::accumulate(k.begin(), k.end(), 0.0);  // in index order
-    for (double& v : k) v /= sum;
+    for (double& v : k) {
+        v /= sum;
+    }
     return k;
 }
 
@@ -162,15 +202,24 @@ Plane errorDiffusion(const Plane& s, int threshold)
                 e = v - 255;  // on the border rows and columns
                 if (y >= 1 && x >= 1 && y < h - 1 && x < w - 1) {
                     float sum = 0;  // black neighbours to the left and above
-                    if (out.px.at(i - 1) == 0) sum += 0.1427f;
-                    if (out.px.at(i - w) == 0) sum += 0.1427f;
+                    if (out.px.at(i - 1) == 0) {
+                        sum += 0.1427f;
+                    }
+                    if (out.px.at(i - w) == 0) {
+                        sum += 0.1427f;
+                    }
                     e = (1 - sum) * (-255) + v;
                 }
             }
             float product[6];  // all six first, then the sums
-            for (int k = 0; k < 6; ++k) product[k] = e * weight[k];
-            for (int k = 0; k < 6; ++k)
-                if (x + dx[k] >= 0 && x + dx[k] < w && y + dy[k] < h) err.at(i + dy[k] * w + dx[k]) += product[k];
+            for (int k = 0; k < 6; ++k) {
+                product[k] = e * weight[k];
+            }
+            for (int k = 0; k < 6; ++k) {
+                if (x + dx[k] >= 0 && x + dx[k] < w && y + dy[k] < h) {
+                    err.at(i + dy[k] * w + dx[k]) += product[k];
+                }
+            }
         }
     }
     return out;
@@ -179,7 +228,9 @@ Plane errorDiffusion(const Plane& s, int threshold)
 Halftoned halftone(const Plane& source, bool q6)
 {
     Halftoned result{0, source};
-    if (source.width * source.height <= 0) return result;
+    if (source.width * source.height <= 0) {
+        return result;
+    }
     Plane gray = source;  // the gray conversion of a gray image is a copy
     result.threshold = momentThreshold(gray);
     piecewiseGamma(gray, q6 ? result.threshold : 64, q6 ? 0.5f : 0.85f, q6 ? 1.5f : 0.7f);

@@ -29,7 +29,10 @@ Plane unsharpMask(const Plane& source, float amountPercent, int size);
 Plane errorDiffusion(const Plane& source, int threshold);
 
 // One page halftoned as "Tattoo" or (q6) "Tattoo_Q6", with its threshold.
-struct Halftoned { int threshold; Plane image; };
+struct Halftoned {
+    int threshold;
+    Plane image;
+};
 Halftoned halftone(const Plane& source, bool q6);
 
 }  // namespace pageref::tattoo

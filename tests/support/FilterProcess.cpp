@@ -29,8 +29,10 @@ std::vector<std::string> arguments(const FilterRun& run, const std::string& capt
     std::vector<std::string> args;
     if (!run.shipped) {
         args = {"--poll-limit=" + std::to_string(run.pollLimit),
-                "--poll-interval-ms=" + std::to_string(run.pollIntervalMs), "--capture-dir=" + captureDir,
-                "--geometry-log=" + logPath, "--back-channel-fd=" + std::to_string(kTestBackChannelFd),
+                "--poll-interval-ms=" + std::to_string(run.pollIntervalMs),
+                "--capture-dir=" + captureDir,
+                "--geometry-log=" + logPath,
+                "--back-channel-fd=" + std::to_string(kTestBackChannelFd),
                 "--side-channel-fd=" + std::to_string(kTestSideChannelFd)};
     }
     if (!run.args.empty()) {

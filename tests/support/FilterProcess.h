@@ -21,16 +21,16 @@ struct FilterRun {
     bool shipped = false;
     std::vector<std::string> args;  // argv[1..]; defaults to "1 user title 1 <options> [rasterFile]"
     std::string options;
-    std::string rasterFile;         // argv[6] when non-empty and args is empty
-    std::string stdinFile;          // standard input; /dev/null when empty
-    std::string ppd;                // the PPD environment variable; unset when empty
+    std::string rasterFile;  // argv[6] when non-empty and args is empty
+    std::string stdinFile;   // standard input; /dev/null when empty
+    std::string ppd;         // the PPD environment variable; unset when empty
 
     int pollLimit = 300;
     int pollIntervalMs = 1000;
-    std::string captureDir;         // a fresh directory, removed afterwards, when empty
-    std::string geometryLog;        // in a fresh directory when empty
+    std::string captureDir;              // a fresh directory, removed afterwards, when empty
+    std::string geometryLog;             // in a fresh directory when empty
     PrinterChannels* printer = nullptr;  // answers the status wait; /dev/null channels when null
-    bool closeChannels = false;     // start with the channels closed, as by hand from a shell
+    bool closeChannels = false;          // start with the channels closed, as by hand from a shell
 };
 
 struct FilterResult {

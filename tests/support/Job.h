@@ -13,11 +13,11 @@ namespace korvotest {
 
 struct Job {
     std::string ppd = "korvr27.ppd";  // a shipped PPD, or any by absolute path
-    std::string model = "TEST";        // its *ModelName: only R27, V315, K5 and Q6 are polled
+    std::string model = "TEST";       // its *ModelName: only R27, V315, K5 and Q6 are polled
     std::vector<RasterPage> pages;
     std::string options;
-    bool rasterOnStdin = false;        // otherwise the raster file is the sixth argument
-    FilterRun run;                     // the rest; its PPD, options and raster come from above
+    bool rasterOnStdin = false;  // otherwise the raster file is the sixth argument
+    FilterRun run;               // the rest; its PPD, options and raster come from above
 };
 
 // Writes the job's PPD and raster into a temporary directory and runs the

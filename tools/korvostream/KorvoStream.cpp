@@ -18,8 +18,8 @@ uint16_t le16(const uint8_t* p)
 
 uint32_t le32(const uint8_t* p)
 {
-    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-           (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
+    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
+           (static_cast<uint32_t>(p[3]) << 24);
 }
 
 std::string format(const char* fmt, unsigned a, unsigned b = 0)
@@ -74,8 +74,8 @@ Stream parseStream(const uint8_t* data, size_t size)
         }
         const size_t length = le16(data + pos + 3);
         if (size - pos < kFraming + length) {
-            stream.errors.push_back({pos, format("payload length %u past the end of the stream",
-                                                 static_cast<unsigned>(length))});
+            stream.errors.push_back(
+                {pos, format("payload length %u past the end of the stream", static_cast<unsigned>(length))});
             return stream;
         }
         Item packet;
@@ -107,13 +107,20 @@ Stream parseStream(const std::vector<uint8_t>& bytes)
 const char* commandName(uint8_t command)
 {
     switch (static_cast<Command>(command)) {
-    case Command::FeedPaper: return "FeedPaper";
-    case Command::PaperCut: return "PaperCut";
-    case Command::ImageRows: return "ImageRows";
-    case Command::PrintControl: return "PrintControl";
-    case Command::StatusQuery: return "StatusQuery";
-    case Command::PrintSetting: return "PrintSetting";
-    case Command::PrintArea: return "PrintArea";
+    case Command::FeedPaper:
+        return "FeedPaper";
+    case Command::PaperCut:
+        return "PaperCut";
+    case Command::ImageRows:
+        return "ImageRows";
+    case Command::PrintControl:
+        return "PrintControl";
+    case Command::StatusQuery:
+        return "StatusQuery";
+    case Command::PrintSetting:
+        return "PrintSetting";
+    case Command::PrintArea:
+        return "PrintArea";
     }
     return "Unknown";
 }

@@ -36,8 +36,9 @@ TEST(Common, HalftoneNamesBasenameAndBoundedCopy)
 TEST(Common, LogPrefixesAndTrailingNewline)
 {
     const std::string out = captureStderr([] {
-        for (int level = 0; level <= 5; ++level)
+        for (int level = 0; level <= 5; ++level) {
             korvoLogCommon(level, "L%d", level);
+        }
         korvoLogCommon(0, "PAGE: %d\n", 1);
     });
     EXPECT_EQ(out, "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");

@@ -16,16 +16,18 @@ std::vector<int> floydSteinberg(std::vector<int> g, long w, long h)
 {
     std::vector<int> out(g.size());
     const long taps[4][3] = {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}};
-    for (long y = 0; y < h; ++y)
+    for (long y = 0; y < h; ++y) {
         for (long x = 0; x < w; ++x) {
             const long v = g[y * w + x], err = v < 129 ? v : v - 255;
             out[y * w + x] = v < 129 ? 0 : 1;
             for (const auto& t : taps) {
                 const long nx = x + t[0], ny = y + t[1];
-                if (nx >= 0 && nx < w && ny < h)
+                if (nx >= 0 && nx < w && ny < h) {
                     g[ny * w + nx] = static_cast<int>(std::clamp(g[ny * w + nx] + err * t[2] / 16, 0L, 255L));
+                }
             }
         }
+    }
     return out;
 }
 
@@ -75,16 +77,19 @@ TEST(DibImage, UnknownDitherMethodsAreFloydSteinbergAndOneBitIsLeftAlone)
 {
     const long w = 11, h = 6;
     std::vector<uint8_t> levels(w * h);
-    for (long i = 0; i < w * h; ++i)
+    for (long i = 0; i < w * h; ++i) {
         levels[i] = static_cast<uint8_t>((i * 37 + (i / w) * 91 + i * i * 13) % 256);
+    }
     const std::vector<int> want = floydSteinberg(std::vector<int>(levels.begin(), levels.end()), w, h);
     for (long method : {8L, 100L, -1L}) {
         DibImage img;
         ASSERT_TRUE(img.CreateFromArray(levels.data(), w, h, 8, w, false));
         ASSERT_TRUE(img.Dither(method));
-        for (long y = 0; y < h; ++y)
-            for (long x = 0; x < w; ++x)
+        for (long y = 0; y < h; ++y) {
+            for (long x = 0; x < w; ++x) {
                 EXPECT_EQ(img.GetPixelIndex(x, y), want[y * w + x]) << method << ": " << x << "," << y;
+            }
+        }
     }
 
     DibImage mono;

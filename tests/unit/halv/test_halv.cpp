@@ -30,11 +30,32 @@ ref::Plane photo(int w, int h, uint32_t seed = 12345)
     return p;
 }
 
-ref::Plane row(std::vector<uint8_t> px) { ref::Plane p(int(px.size()), 1); p.px = px; return p; }
-ref::Plane ramp() { ref::Plane p(256, 1); std::iota(p.px.begin(), p.px.end(), 0); return p; }
-HalvImage image(const ref::Plane& p) { return {p.width, p.height, HALV_IMG_GRAY, const_cast<uint8_t*>(p.px.data())}; }
-std::vector<uint8_t> bytes(const HalvImage& i) { return {i.data, i.data + size_t(i.width) * i.height}; }
-float bits(uint32_t b) { float f; std::memcpy(&f, &b, sizeof f); return f; }
+ref::Plane row(std::vector<uint8_t> px)
+{
+    ref::Plane p(int(px.size()), 1);
+    p.px = px;
+    return p;
+}
+ref::Plane ramp()
+{
+    ref::Plane p(256, 1);
+    std::iota(p.px.begin(), p.px.end(), 0);
+    return p;
+}
+HalvImage image(const ref::Plane& p)
+{
+    return {p.width, p.height, HALV_IMG_GRAY, const_cast<uint8_t*>(p.px.data())};
+}
+std::vector<uint8_t> bytes(const HalvImage& i)
+{
+    return {i.data, i.data + size_t(i.width) * i.height};
+}
+float bits(uint32_t b)
+{
+    float f;
+    std::memcpy(&f, &b, sizeof f);
+    return f;
+}
 
 // The loop of my_sqrt or my_ln as written, without a bound; steps is -1 when
 // it provably never ends, having come back to a value it had (Brent).
@@ -45,9 +66,15 @@ float unbounded(float y, Step step, long long& steps)
     long long power = 1, since = 0;
     for (steps = 1;; ++steps) {
         const float n = step(y);
-        if (1e-6f > std::fabs(n - y)) return y;  // a NaN difference goes on
-        if ((y = n) == saved) return steps = -1, y;
-        if (++since == power) saved = y, power *= 2, since = 0;
+        if (1e-6f > std::fabs(n - y)) {
+            return y;  // a NaN difference goes on
+        }
+        if ((y = n) == saved) {
+            return steps = -1, y;
+        }
+        if (++since == power) {
+            saved = y, power *= 2, since = 0;
+        }
     }
 }
 
@@ -59,10 +86,13 @@ TEST(HalvMath, WorkedExamples)
     // The absolute stop test ends 1e-10 well above its root, on the guess before the last step.
     const float r = my_sqrt(1e-10f), last = 0.5f * (r + 1e-10f / r);
     EXPECT_TRUE(r > last && r - last < 1e-6f && r > 1.01e-5f) << r;
-    for (auto [x, rounded] : {std::pair{2.5f, 3}, {-2.5f, -3}, {0.49999997f, 1}, {-0.49999997f, -1}, {0.4f, 0}})
+    for (auto [x, rounded] : {std::pair{2.5f, 3}, {-2.5f, -3}, {0.49999997f, 1}, {-0.49999997f, -1}, {0.4f, 0}}) {
         EXPECT_EQ(my_round(x), rounded) << x;  // 0.49999997 + 0.5 rounds up to 1 in float
+    }
     double series = 1.0, term = 1.0;  // 1 + 30 + ... + 30^20 / 20!
-    for (int n = 1; n <= 20; ++n) series += term *= 30.0 / n;
+    for (int n = 1; n <= 20; ++n) {
+        series += term *= 30.0 / n;
+    }
     EXPECT_NEAR(my_exp(30.0f) / series, 1.0, 1e-5);  // far below e^30 = 1.07e13
     EXPECT_EQ(my_exp(-2.5f), float(1.0 / double(my_exp(2.5f))));
     EXPECT_EQ(my_ln(1.0f), 0.0f);
@@ -70,7 +100,9 @@ TEST(HalvMath, WorkedExamples)
     EXPECT_GT(big, 200.0f);
     EXPECT_NEAR(my_exp(big) / 1e30f, 1.0f, 1e-3f);
     const float powers[][3] = {{0, 0, 1}, {0, 2, 0}, {0, -1, -1}, {-2, 0.5f, -1}, {-2, 2, my_exp(-2)}};
-    for (auto [x, y, expect] : powers) EXPECT_EQ(my_pow(x, y), expect) << x << "^" << y;
+    for (auto [x, y, expect] : powers) {
+        EXPECT_EQ(my_pow(x, y), expect) << x << "^" << y;
+    }
     // NaN and infinity would never settle; they come back at once.
     EXPECT_TRUE(std::isnan(my_sqrt(NAN)) && std::isnan(my_ln(NAN)));
     EXPECT_EQ(my_sqrt(INFINITY), INFINITY);
@@ -88,14 +120,21 @@ TEST(HalvMath, LoopBoundsNeverChangeAResult)
 {
     long long steps = 0, worst = 0, cycles = 0;
     auto sqrtCheck = [&](uint32_t b) {
-        const float x = bits(b), expect = unbounded(x / 2, [x](float g) { return 0.5f * (g + x / g); }, steps);
-        if (b == 1) return;  // halves to 0, then stays at infinity
+        const float x = bits(b), expect = unbounded(
+                                     x / 2, [x](float g) { return 0.5f * (g + x / g); }, steps);
+        if (b == 1) {
+            return;  // halves to 0, then stays at infinity
+        }
         ASSERT_GT(steps, 0) << x;
         ASSERT_EQ(my_sqrt(x), expect) << x;
         worst = std::max(worst, steps);
     };
-    for (uint64_t b = 1; b <= 0x7f7fffffu; b += 4099) sqrtCheck(uint32_t(b));
-    for (uint32_t b = 1; b < 4096; ++b) sqrtCheck(b), sqrtCheck(0x7f7fffffu - b);
+    for (uint64_t b = 1; b <= 0x7f7fffffu; b += 4099) {
+        sqrtCheck(uint32_t(b));
+    }
+    for (uint32_t b = 1; b < 4096; ++b) {
+        sqrtCheck(b), sqrtCheck(0x7f7fffffu - b);
+    }
     EXPECT_EQ(my_sqrt(bits(1)), my_sqrt(bits(2)));
     EXPECT_LE(worst * 8, kHalvSqrtMaxSteps);
     worst = 0;
@@ -108,7 +147,9 @@ TEST(HalvMath, LoopBoundsNeverChangeAResult)
     };
     for (uint32_t e = 0; e < 255; ++e) {  // one input a binade where one takes ~0.368 / x steps
         const bool slow = bits(e << 23) >= 1.4e-8f && bits(e << 23) < 1e-3f;
-        for (uint32_t k = slow ? 0x7fffff : 1; k <= 0x7fffff; k += slow ? 1 : 0x7fff) lnCheck(bits((e << 23) | k));
+        for (uint32_t k = slow ? 0x7fffff : 1; k <= 0x7fffff; k += slow ? 1 : 0x7fff) {
+            lnCheck(bits((e << 23) | k));
+        }
     }
     lnCheck(0x1.78b56p-26f);
     EXPECT_GT(cycles, 0);
@@ -121,10 +162,14 @@ TEST(HalvTattoo, WorkedExamples)
     HalvImage lut = image(ramp());
     enh_piecewise_gamma(lut, 64, 0.85f, 0.7f);
     const int entries[][2] = {{0, 0}, {1, 1}, {2, 3}, {63, 63}, {64, 64}, {65, 68}, {128, 152}, {254, 254}, {255, 255}};
-    for (auto [in, out] : entries) EXPECT_EQ(lut.data[in], out) << "entry " << in;
+    for (auto [in, out] : entries) {
+        EXPECT_EQ(lut.data[in], out) << "entry " << in;
+    }
     auto levels = [](std::vector<std::pair<int, int>> parts) {
         std::vector<uint8_t> px;
-        for (auto [value, count] : parts) px.insert(px.end(), count, uint8_t(value));
+        for (auto [value, count] : parts) {
+            px.insert(px.end(), count, uint8_t(value));
+        }
         return thresh_global_moments(image(row(px)));
     };
     EXPECT_EQ(levels({{0, 50}, {255, 50}}), 255);  // the share at 0 is 0.5, not above p0 = 0.5
@@ -158,8 +203,9 @@ TEST(HalvTattoo, HandComputedPixels)
         double down = 0.0;  // the horizontal sums are rounded to bytes first
         for (int r = -5; r <= 5; ++r) {
             double across = 0.0;
-            for (int j = -5; j <= 5; ++j)
+            for (int j = -5; j <= 5; ++j) {
                 across += g.data[myClamp(y + r, 0, 47) * 64 + myClamp(x + j, 0, 63)] * k[j + 5];
+            }
             down += double(uint8_t(my_round(float(across)))) * k[r + 5];
         }
         const int b = my_round(float(down));
@@ -186,7 +232,7 @@ TEST(HalvTattoo, StagesAndEntryPointsAsTheModel)
 {
     const ref::Plane page = photo(301, 233, 777);
     EXPECT_EQ(thresh_global_moments(image(page)), ref::momentThreshold(page));
-    for (auto [low, high] : {std::pair{0.85f, 0.7f}, {0.5f, 1.5f}})
+    for (auto [low, high] : {std::pair{0.85f, 0.7f}, {0.5f, 1.5f}}) {
         for (int split = -1; split <= 255; ++split) {  // every split the threshold can give
             ref::Plane expect = ramp();
             HalvImage lut = image(expect);
@@ -194,27 +240,37 @@ TEST(HalvTattoo, StagesAndEntryPointsAsTheModel)
             enh_piecewise_gamma(lut, split, low, high);
             ASSERT_EQ(bytes(lut), expect.px) << "split " << split << ", " << low << " and " << high;
         }
+    }
     ref::Plane g = page;
     ref::piecewiseGamma(g, 64, 0.85f, 0.7f);
     const std::vector<double> k = ref::gaussianKernel1D(11, 3.0);
-    for (bool horizontal : {true, false})
+    for (bool horizontal : {true, false}) {
         EXPECT_EQ(bytes(convolve1D(image(g), k.data(), 11, horizontal)), ref::convolve1D(g, k, horizontal).px);
+    }
     const ref::Plane blurred = ref::gaussianBlur(g, 11, 3.0), sharp = ref::unsharpMask(g, 300.0f, 11);
     EXPECT_EQ(bytes(enh_gaussian_filter_fast(image(g), 11, 3.0)), blurred.px);
     EXPECT_EQ(bytes(add_Weighted(image(g), image(blurred), 3.0f)), ref::addWeighted(g, blurred, 3.0f).px);
     EXPECT_EQ(bytes(enh_unsharp_mask(image(g), 300.0f, 11)), sharp.px);
-    for (int threshold : {ref::momentThreshold(page), -1, 0, 255})
+    for (int threshold : {ref::momentThreshold(page), -1, 0, 255}) {
         EXPECT_EQ(bytes(edf_cus(image(sharp), threshold)), ref::errorDiffusion(sharp, threshold).px) << threshold;
+    }
     ref::Plane halves(50, 40), mostly3(20, 20);
-    for (int i = 0; i < 2000; ++i) halves.px[i] = i % 50 < 25 ? 0 : 255;
-    for (int i = 0; i < 400; ++i) mostly3.px[i] = i % 20 ? 3 : 255;
+    for (int i = 0; i < 2000; ++i) {
+        halves.px[i] = i % 50 < 25 ? 0 : 255;
+    }
+    for (int i = 0; i < 400; ++i) {
+        mostly3.px[i] = i % 20 ? 3 : 255;
+    }
     std::vector<ref::Plane> pages = {page, halves, mostly3, photo(1, 60), photo(60, 1), row({90})};
-    for (uint8_t level : {0, 100, 255}) pages.push_back(ref::Plane(50, 40)), pages.back().px.assign(2000, level);
-    for (bool q6 : {false, true})
+    for (uint8_t level : {0, 100, 255}) {
+        pages.push_back(ref::Plane(50, 40)), pages.back().px.assign(2000, level);
+    }
+    for (bool q6 : {false, true}) {
         for (ref::Plane& p : pages) {
             HalvImage source = image(p);
             const HalvImage out = q6 ? halvTattooDitheringQ6(source) : halvTattooDithering(source);
             EXPECT_EQ(bytes(out), ref::halftone(p, q6).image.px) << p.width << "x" << p.height << (q6 ? " Q6" : "");
             EXPECT_EQ(bytes(source), p.px);  // left alone
         }
+    }
 }

@@ -16,8 +16,9 @@ constexpr size_t kWidth = 12, kHeight = 100;
 std::vector<unsigned char> page(std::initializer_list<size_t> inked)
 {
     std::vector<unsigned char> rows((kHeight + 1) * kWidth, 0);
-    for (size_t line : inked)
+    for (size_t line : inked) {
         rows[line * kWidth + 3] = 200;
+    }
     return rows;
 }
 

@@ -94,8 +94,9 @@ TEST(Printer, PackingWithSkippedPixelsAndTransferOfNoRows)
     OndrelPrinter printer;
     printer.setSkipRightPixels(4);  // 20 pixels a row, 16 kept: 2 bytes a row
     Bytes data(2 * 20, 0);
-    for (int x = 16; x < 20; ++x)
+    for (int x = 16; x < 20; ++x) {
         data[x] = data[20 + x] = 0xFF;  // dropped
+    }
     data[0] = data[15] = data[20 + 9] = 1;
     EXPECT_EQ(printer.GrayToMono(20, 2, data.data()), 4);
     EXPECT_EQ(Bytes(data.begin(), data.begin() + 4), (Bytes{0x80, 0x01, 0x00, 0x40}));
@@ -119,8 +120,8 @@ TEST(Printer, FilterRunsInProcessAsOften)
     const std::string raster = dir.file("job.ras");
     korvotest::writeRaster(raster, {korvotest::uniformPage(8, 2, 203, 9), korvotest::uniformPage(8, 2, 203, 9)});
     setenv("PPD", korvotest::builtPpd("korvr27.ppd").c_str(), 1);
-    std::string arguments[] = {"rastertokorvoppli", "1", "user", "title", "1",
-                               "Occurrence=EveryPage PostAction=TearOff", raster};
+    std::string arguments[] = {
+        "rastertokorvoppli", "1", "user", "title", "1", "Occurrence=EveryPage PostAction=TearOff", raster};
     char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), arguments[3].data(),
                     arguments[4].data(), arguments[5].data(), arguments[6].data()};
     Bytes streams[2];
