@@ -1,9 +1,10 @@
 #!/bin/bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds the filter, writes a small multi-page sample raster with libcups,
 # runs the filter on it and lists the packets it sends to the printer.
 set -euo pipefail
+"$(dirname "$0")/scripts/install-deps.sh"
 source "$(dirname "$0")/scripts/common.sh"
-korvo_install_packages
 korvo_build -DKORVO_BUILD_TESTS=OFF
 
 work="$KORVO_ROOT/demo-output"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The printer's one packet format: head 0x64, command, sub-command, a
 // little-endian 16-bit payload length, the payload, a reserved 32-bit zero
 // word and the tail 0x9B. No checksum.

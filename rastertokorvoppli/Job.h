@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sequences that open every page and close the job, and the media
 // actions (tear-off feed, feed and cut) chosen by the job settings.
 #pragma once

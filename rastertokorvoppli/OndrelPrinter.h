@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // OndrelPrinter: the concrete printer. Adds the command set (print control,
 // density, feeds, cut), the 1-bit image transfer and the status wait over
 // the spooler's back channel.

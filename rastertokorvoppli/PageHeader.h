@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks a raster page header before its page is read.
 #pragma once
 

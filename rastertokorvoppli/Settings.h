@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The job settings: the printer's PPD (named by the PPD environment
 // variable) merged with the job's options.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // korvo-decode: lists the packets of a printer byte stream, one per line.
 //
 //   korvo-decode [--png PREFIX] STREAM      (STREAM "-" reads standard input)

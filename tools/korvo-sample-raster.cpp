@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // korvo-sample-raster: writes a small multi-page CUPS raster file (8-bit
 // gray, colour space K, 203 dpi) with the libcups writer, for trying the
 // filter without a print queue.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Halftone types, as named in the PPD option "HalftoneType".
 #pragma once
 

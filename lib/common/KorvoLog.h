@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Spooler message lines on standard error.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lookups of one option choice or attribute in an opened PPD, with a
 // caller's default. All accept a null PPD; returned texts live in the PPD.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DibImage core: the bitmap block, creation, ownership transfer, palette and
 // per-pixel access.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DibImage: the palette-based raster image of the page pipeline.
 //
 // One malloc'ed block holds a copy of the 40-byte bitmap information header,

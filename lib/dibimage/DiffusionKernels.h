@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Error-diffusion kernels used by DibImage::Dither (internal header).
 //
 // Each kernel lists its taps (column offset, row offset, weight) and the

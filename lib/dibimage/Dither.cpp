@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DibImage::Dither: halftoning of a gray (index) image to 1 bit per pixel.
 //
 // Method numbers:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DibImage::IncreaseBpp: widening to 4, 8 or 24 bits per pixel. Paletted
 // results keep every index and the palette; 24-bit results hold each pixel's
 // palette colour.

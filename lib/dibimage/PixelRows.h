@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Raw-row helpers shared by the DibImage sources (not part of the public API).
 //
 // The image operations work on whole rows instead of going through the

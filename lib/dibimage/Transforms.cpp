@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DibImage whole-image transforms: brightness/contrast table, inversion,
 // rotation by 180 degrees, mirroring, enlargement with a border, centring and
 // line drawing.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // HalvImage: the tattoo halftoning toolkit's own image value type.
 //
 // The image always owns its pixel buffer: width * height * channels bytes,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tattoo halftoning: gray conversion, a global moment-preserving threshold, a
 // gamma curve, unsharp masking and a custom error diffusion, giving a two-level
 // (0 / 255) HALV_IMG_GRAY image of the source's size.

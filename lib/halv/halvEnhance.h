@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tone and sharpness filters of the tattoo pipeline. All of them work on
 // HALV_IMG_GRAY images and address pixel (x, y) as data[y * width + x].
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The toolkit's own math. Halftone results depend bit for bit on these
 // approximations, so they are computed here, step by step, in single precision
 // (double only where noted), and never through the platform's math library.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row kernels shared by the toolkit's stage functions and by the streaming
 // tattoo pipeline. Each kernel computes exactly what its stage computes for one
 // row, in the same precision and the same order of operations per pixel, so a

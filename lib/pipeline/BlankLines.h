@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blank-line measurement of a page of 8-bit rows (0 = blank paper). Used
 // for the pipeline's log only.
 #pragma once

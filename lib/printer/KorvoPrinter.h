@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // KorvoPrinter: the abstract printer of the SDK layer.
 //
 // Holds the job's image settings, the two page images the pipeline works on,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PDF through the real CUPS chain: cupsfilter runs pdftopdf, gstoraster
 // and the built filter, named by absolute path in a copy of a shipped PPD
 // whose model is not polled (cupsfilter gives the filter /dev/null as back

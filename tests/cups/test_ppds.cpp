@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The shipped PPDs: accepted by cupstestppd, with the model names the
 // status wait compares and the options the filter reads.
 #include <gtest/gtest.h>

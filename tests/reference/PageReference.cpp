@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "PageReference.h"
 
 #include <stdexcept>
@@ -87,68 +88,30 @@ struct Kernel {
     std::vector<Tap> taps;
 };
 
+// The diffusion kernels as the methods' tables read, taps in the order
+// they are applied.
 Kernel kernelFor(long method)
 {
+    // clang-format off
     switch (method) {
-    case 2:
-        return {32, {{1, 0, 8}, {2, 0, 4}, {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2}}};
-    case 3:
-        return {42,
-                {{1, 0, 8},
-                 {2, 0, 4},
-                 {-2, 1, 2},
-                 {-1, 1, 4},
-                 {0, 1, 8},
-                 {1, 1, 4},
-                 {2, 1, 2},
-                 {-2, 2, 1},
-                 {-1, 2, 2},
-                 {0, 2, 4},
-                 {1, 2, 2},
-                 {2, 2, 1}}};
-    case 4:
-        return {48,
-                {{1, 0, 7},
-                 {2, 0, 5},
-                 {-2, 1, 3},
-                 {-1, 1, 5},
-                 {0, 1, 7},
-                 {1, 1, 5},
-                 {2, 1, 3},
-                 {-2, 2, 1},
-                 {-1, 2, 3},
-                 {0, 2, 5},
-                 {1, 2, 3},
-                 {2, 2, 1}}};
-    case 5:
-        return {32,
-                {{1, 0, 5},
-                 {2, 0, 3},
-                 {-2, 1, 2},
-                 {-1, 1, 4},
-                 {0, 1, 5},
-                 {1, 1, 4},
-                 {2, 1, 2},
-                 {-1, 2, 2},
-                 {0, 2, 3},
-                 {1, 2, 2}}};
-    case 6:
-        return {200,
-                {{2, 0, 32},
-                 {-3, 1, 12},
-                 {-1, 1, 26},
-                 {1, 1, 30},
-                 {3, 1, 16},
-                 {-2, 2, 12},
-                 {0, 2, 26},
-                 {2, 2, 12},
-                 {-3, 3, 5},
-                 {-1, 3, 12},
-                 {1, 3, 12},
-                 {3, 3, 5}}};
-    default:
-        return {16, {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}}};
+    case 2: return {32, {{1, 0, 8}, {2, 0, 4},
+                         {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2}}};
+    case 3: return {42, {{1, 0, 8}, {2, 0, 4},
+                         {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 2},
+                         {-2, 2, 1}, {-1, 2, 2}, {0, 2, 4}, {1, 2, 2}, {2, 2, 1}}};
+    case 4: return {48, {{1, 0, 7}, {2, 0, 5},
+                         {-2, 1, 3}, {-1, 1, 5}, {0, 1, 7}, {1, 1, 5}, {2, 1, 3},
+                         {-2, 2, 1}, {-1, 2, 3}, {0, 2, 5}, {1, 2, 3}, {2, 2, 1}}};
+    case 5: return {32, {{1, 0, 5}, {2, 0, 3},
+                         {-2, 1, 2}, {-1, 1, 4}, {0, 1, 5}, {1, 1, 4}, {2, 1, 2},
+                         {-1, 2, 2}, {0, 2, 3}, {1, 2, 2}}};
+    case 6: return {200, {{2, 0, 32},
+                          {-3, 1, 12}, {-1, 1, 26}, {1, 1, 30}, {3, 1, 16},
+                          {-2, 2, 12}, {0, 2, 26}, {2, 2, 12},
+                          {-3, 3, 5}, {-1, 3, 12}, {1, 3, 12}, {3, 3, 5}}};
+    default: return {16, {{1, 0, 7}, {-1, 1, 3}, {0, 1, 5}, {1, 1, 1}}};
     }
+    // clang-format on
 }
 
 // The printed index (0 black, 1 white) of every pixel for a dither method,
@@ -304,6 +267,19 @@ Printed print(Image& image, uint32_t resolution)
 }
 
 }  // namespace
+
+std::vector<uint8_t> ditherIndices(const PageInput& page, long method)
+{
+    Image source = load(page);
+    Image indices = dither(source, method);
+    std::vector<uint8_t> rows;
+    for (uint32_t y = 0; y < page.height; ++y) {
+        for (uint32_t x = 0; x < page.width; ++x) {
+            rows.push_back(indices.at(x, y));
+        }
+    }
+    return rows;
+}
 
 ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
 {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A slow, literal model of what the filter prints for one page: loading,
 // brightness and contrast, rotation, mirroring, the dither methods (or the
 // tattoo halftoning of TattooReference.h), the negative, the anti-wrinkle
@@ -50,5 +51,10 @@ struct ProcessedPage {
 };
 
 ProcessedPage processPage(const PageInput& page, const JobSettings& settings);
+
+// The palette index (0 black, 1 white) a dither method gives every pixel of
+// the page, rows of width bytes; methods other than 0 to 7 diffuse as
+// Floyd-Steinberg.
+std::vector<uint8_t> ditherIndices(const PageInput& page, long method);
 
 }  // namespace pageref

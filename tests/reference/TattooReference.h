@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A slow, literal model of the tattoo halftoning on byte planes, in the
 // stated precision and order, with the filter's guards and no others: my_sqrt
 // and my_ln return their start value at once for NaN and infinity, the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a piece of code writes to standard error, for tests of log lines.
 #pragma once
 

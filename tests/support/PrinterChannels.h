@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The printer's side of the spooler's back and side channels, for a filter
 // started by runFilter: fd 3 is the non-blocking read end of a pipe, fd 4
 // one end of a socketpair. Every drain request the filter makes is answered

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reader for the printer byte stream the filter writes: runs of NUL bytes
 // and framed command packets (head 0x64, command, sub-command, 16-bit
 // little-endian payload length, payload, 32-bit reserved word, tail 0x9B).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pictures of printed pages: the dots of a decoded page as a PNG file.
 #pragma once
 

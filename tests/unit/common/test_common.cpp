@@ -1,4 +1,6 @@
-// Halftone names, text helpers, log lines and the PPD lookups the filter never reaches.
+// SPDX-License-Identifier: Apache-2.0
+// Halftone names, text helpers, log levels and PPD lookups the filter never
+// reaches, in one grouped test.
 #include "common/DitherType.h"
 #include "common/KorvoLog.h"
 #include "common/KorvoPpd.h"
@@ -11,7 +13,7 @@
 
 #include <cstring>
 
-TEST(Common, HalftoneNamesBasenameAndBoundedCopy)
+TEST(Common, InterfaceOutsideTheFilter)
 {
     EXPECT_STREQ(korvoHalftoneTypeToStr(static_cast<DitherType>(10)), "None");
     EXPECT_STREQ(korvoHalftoneTypeToStr(static_cast<DitherType>(-1)), "None");
@@ -31,10 +33,7 @@ TEST(Common, HalftoneNamesBasenameAndBoundedCopy)
     EXPECT_EQ(korvoStrCpy(dst, "0123456789", 8), dst);
     EXPECT_STREQ(dst, "0123456");
     EXPECT_EQ(dst[8], 'Z');
-}
 
-TEST(Common, LogPrefixesAndTrailingNewline)
-{
     const std::string out = captureStderr([] {
         for (int level = 0; level <= 5; ++level) {
             korvoLogCommon(level, "L%d", level);
@@ -42,17 +41,8 @@ TEST(Common, LogPrefixesAndTrailingNewline)
         korvoLogCommon(0, "PAGE: %d\n", 1);
     });
     EXPECT_EQ(out, "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
-}
 
-TEST(Common, PpdLookupsFallBackToDefaults)
-{
-    EXPECT_EQ(korvoPpdGetChoice(nullptr, "PageSize"), nullptr);
-    EXPECT_STREQ(korvoPpdGetChoiceAsStrDefault(nullptr, "PageSize", "def"), "def");
-    EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(nullptr, "GapsHeight", 31), 31);
-    EXPECT_EQ(korvoPpdGetChoiceAsBoolDefault(nullptr, "MirrorImage", 1), 1);
-    EXPECT_STREQ(korvoPpdGetAttrAsStrDefault(nullptr, "ModelName", "", "none"), "none");
     EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(nullptr, "KorvoScale", "", 2.5), 2.5);
-
     static const char text[] = "*PPD-Adobe: \"4.3\"\n"
                                "*KorvoScale: \"1.75\"\n"
                                "*KorvoGap Label/Label paper: \"3.5\"\n"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blank-edge measurement: the two counts and what printImage logs from them.
 #include <gtest/gtest.h>
 

@@ -39,7 +39,9 @@ struct MemStream {
 
 }  // namespace
 
-TEST(Printer, DefaultsAndClampingSetters)
+// Setters, output streams, feeds out of range, packing with skipped pixels
+// and an image of no rows: what the filter never asks for.
+TEST(Printer, InterfaceOutsideTheFilter)
 {
     OndrelPrinter printer;
     EXPECT_EQ(printer.getPrintSpeed(), 7);
@@ -62,12 +64,9 @@ TEST(Printer, DefaultsAndClampingSetters)
         printer.setPrintSpeed(text);
         EXPECT_EQ(printer.getPrintSpeed(), speed) << text;
     }
-}
 
-TEST(Printer, EveryStreamGetsTheBytesInOrderAndFeedsKeepLowBits)
-{
-    MemStream first, second;
-    OndrelPrinter printer;
+    MemStream first;
+    MemStream second;
     printer.getOutputStreams().assign({first.file, second.file});
     const unsigned char block[] = {0x64, 0x00, 0x9B};
     printer.printBytes(block, sizeof(block));
@@ -86,24 +85,24 @@ TEST(Printer, EveryStreamGetsTheBytesInOrderAndFeedsKeepLowBits)
     // A feed packet carries the mode, then the lines low byte first, from its byte 5.
     EXPECT_EQ(Bytes(bytes.begin() + 9, bytes.begin() + 12), (Bytes{0x05, 0x45, 0x23}));
     EXPECT_EQ(Bytes(bytes.begin() + 22, bytes.begin() + 25), (Bytes{0xFF, 0x02, 0x00}));
-}
 
-TEST(Printer, PackingWithSkippedPixelsAndTransferOfNoRows)
-{
     MemStream out;
-    OndrelPrinter printer;
     printer.setSkipRightPixels(4);  // 20 pixels a row, 16 kept: 2 bytes a row
     Bytes data(2 * 20, 0);
     for (int x = 16; x < 20; ++x) {
-        data[x] = data[20 + x] = 0xFF;  // dropped
+        data[x] = 0xFF;  // dropped
+        data[20 + x] = 0xFF;
     }
-    data[0] = data[15] = data[20 + 9] = 1;
+    data[0] = 1;
+    data[15] = 1;
+    data[20 + 9] = 1;
     EXPECT_EQ(printer.GrayToMono(20, 2, data.data()), 4);
     EXPECT_EQ(Bytes(data.begin(), data.begin() + 4), (Bytes{0x80, 0x01, 0x00, 0x40}));
 
     printer.setSkipRightPixels(20);  // the whole row or more: ignored
     Bytes row(20, 0);
-    row[0] = row[19] = 1;
+    row[0] = 1;
+    row[19] = 1;
     EXPECT_EQ(printer.GrayToMono(20, 1, row.data()), 3);
     EXPECT_EQ(Bytes(row.begin(), row.begin() + 3), (Bytes{0x80, 0x00, 0x10}));
 
