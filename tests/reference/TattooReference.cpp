@@ -17,7 +17,8 @@ float myExp(float x)
     if (0 > x) {
         return float(1.0 / double(myExp(-x)));
     }
-    float sum = 1.0f, term = 1.0f;
+    float sum = 1.0f;
+    float term = 1.0f;
     for (int n = 1; n <= 20; ++n) {
         term = (x / float(n)) * term;
         sum = sum + term;
@@ -90,23 +91,32 @@ int momentThreshold(const Plane& gray)
     for (int i = 0; i < n; ++i) {
         ++h[gray.px.at(i)];
     }
-    float p[256], m0 = 1.0f, m1 = 0, m2 = 0, m3 = 0;
+    float p[256];
+    const float m0 = 1.0f;
+    float m1 = 0;
+    float m2 = 0;
+    float m3 = 0;
     for (int k = 0; k < 256; ++k) {
         p[k] = float(h[k]) / float(n);
         m1 += float(k) * p[k];
         m2 += float(k * k) * p[k];
         m3 += float(k * k * k) * p[k];
     }
-    const float cd = m0 * m2 - m1 * m1, c0 = (-m2 * m2 + m1 * m3) / cd, c1 = (-m0 * m3 + m2 * m1) / cd;
+    const float cd = m0 * m2 - m1 * m1;
+    const float c0 = (-m2 * m2 + m1 * m3) / cd;
+    const float c1 = (-m0 * m3 + m2 * m1) / cd;
     const float disc = float(double(c1 * c1) + double(c0) * -4.0);
     if (0 > disc || disc != disc) {
         return 128;  // NaN guarded: one gray level gives 0/0 moments
     }
-    const float r = mySqrt(disc), z0 = 0.5f * (-c1 - r), z1 = 0.5f * (-c1 + r);
+    const float r = mySqrt(disc);
+    const float z0 = 0.5f * (-c1 - r);
+    const float z1 = 0.5f * (-c1 + r);
     const float p0 = (z1 - m1) / (z1 - z0);
     float cum = 0;
     for (int k = 0; k < 256; ++k) {
-        if ((cum += p[k]) > p0) {
+        cum += p[k];
+        if (cum > p0) {
             return k;
         }
     }
@@ -188,10 +198,12 @@ Plane unsharpMask(const Plane& source, float amountPercent, int size)
 
 Plane errorDiffusion(const Plane& s, int threshold)
 {
-    const int w = s.width, h = s.height;
+    const int w = s.width;
+    const int h = s.height;
     Plane out(w, h);
     std::vector<float> err(size_t(w) * size_t(h), 0.0f);  // a full page of errors
-    const int dx[6] = {1, 2, -2, -1, 0, 1}, dy[6] = {0, 0, 1, 1, 1, 1};
+    const int dx[6] = {1, 2, -2, -1, 0, 1};
+    const int dy[6] = {0, 0, 1, 1, 1, 1};
     const float weight[6] = {0.505786f, -0.052926f, 0.226194f, 0.128835f, 0.243191f, -0.111078f};
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {

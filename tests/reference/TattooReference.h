@@ -14,7 +14,8 @@ namespace pageref::tattoo {
 
 // A gray image, rows of width bytes with no padding.
 struct Plane {
-    int width = 0, height = 0;
+    int width = 0;
+    int height = 0;
     std::vector<uint8_t> px;
     Plane(int w, int h) : width(w), height(h), px(size_t(w) * size_t(h), 0) {}
 };
