@@ -166,6 +166,9 @@ void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page
     pageEndMediaAction(&printer, &settings);
     printer.PrintControl(1);
     printer.WaitForPrinterStatus(kStatusPaperOut);
+    // Page accounting and job progress for the spooler.
+    fprintf(stderr, "PAGE: %d 1\n", pageNumber);
+    fprintf(stderr, "ATTR: job-impressions-completed=%d\n", pageNumber);
 }
 
 enum class LoopEnd { Normal, Failed };

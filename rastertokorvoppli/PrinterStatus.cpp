@@ -10,17 +10,24 @@
 namespace {
 
 constexpr size_t kReplySize = 1024;
+constexpr long kStatusReplySize = 13;  // head, 0xFF, three bytes, the 64-bit status word
 constexpr double kChannelTimeout = 1.0;
 
 const char* const kPolledModels[] = {"R27", "V315", "K5", "Q6"};
 
+bool isStatusReply(const unsigned char* reply, long size)
+{
+    return size >= 1 && reply[0] == 0x64 && reply[1] == 0xFF;
+}
+
 // Reads the printer's reply. The space left shrinks by the running total,
-// not by each read's count, so only a few reads are made.
+// not by each read's count, so only a few reads are made. A complete status
+// reply ends the reading at once rather than after a read that times out.
 long readReply(const SpoolerChannels& channels, unsigned char* reply)
 {
     long total = 0;
     long remaining = kReplySize;
-    while (remaining > 0) {
+    while (remaining > 0 && !(total >= kStatusReplySize && isStatusReply(reply, total))) {
         const ssize_t count = channels.readBackChannel(reply + total, static_cast<size_t>(remaining), kChannelTimeout);
         fprintf(stderr, "DEBUG: cupsBackChannelRead bytes %d\n", static_cast<int>(count));
         if (count < 1) {
@@ -30,11 +37,6 @@ long readReply(const SpoolerChannels& channels, unsigned char* reply)
         remaining -= total;
     }
     return total;
-}
-
-bool isStatusReply(const unsigned char* reply, long size)
-{
-    return size >= 1 && reply[0] == 0x64 && reply[1] == 0xFF;
 }
 
 long statusWord(const unsigned char* reply)
