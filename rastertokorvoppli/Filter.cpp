@@ -6,18 +6,21 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
-#include <vector>
 
+#include "GeometryLog.h"
 #include "Job.h"
 #include "OndrelPrinter.h"
+#include "Page.h"
+#include "PageBuffer.h"
 #include "PageHeader.h"
+#include "RasterInput.h"
 #include "Settings.h"
+#include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
 #include "common/KorvoString.h"
 #include "pipeline/ImageCapture.h"
@@ -27,45 +30,35 @@ namespace {
 const char* sVersion = "1.0.0";
 OndrelPrinter* sPrinter = nullptr;
 
-constexpr int kLeadingNulBytes = 64;
-
 struct CFileCloser {
     void operator()(FILE* file) const { fclose(file); }
 };
 using CaptureFile = std::unique_ptr<FILE, CFileCloser>;
-
-// The raster input: a file's descriptor is closed at the end, standard
-// input never.
-class InputDescriptor {
-public:
-    explicit InputDescriptor(int fd) : fd_(fd) {}
-    ~InputDescriptor()
-    {
-        if (fd_ != 0) {
-            close(fd_);
-        }
-    }
-    InputDescriptor(const InputDescriptor&) = delete;
-    InputDescriptor& operator=(const InputDescriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
-struct RasterCloser {
-    void operator()(cups_raster_t* raster) const { cupsRasterClose(raster); }
-};
-using RasterStream = std::unique_ptr<cups_raster_t, RasterCloser>;
 
 // Clears the global printer pointer before the printer itself goes.
 struct PrinterRegistration {
     ~PrinterRegistration() { sPrinter = nullptr; }
 };
 
+// The spooler cancels a job with SIGTERM. The handler only marks the job
+// cancelled; the page loop, the status wait, the halftoning and the image
+// transfer stop at their next row, packet or poll. System calls restart, so
+// that no write is cut short in the middle of a packet.
 void terminalJob(int)
 {
-    exit(1);
+    korvoCancelJob();
+}
+
+void installCancelHandler()
+{
+    korvoCancelReset();
+    struct sigaction action = {};
+    action.sa_handler = terminalJob;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGTERM, &action, nullptr);
+    // A backend that has gone shows as a write error, not as a silent end.
+    signal(SIGPIPE, SIG_IGN);
 }
 
 // Keep freed page-sized blocks in the heap so that the next page reuses
@@ -82,110 +75,50 @@ void printUsage(const char* argv0)
     fprintf(stderr, "%s v%s\n\nUsage:\n\n    %s job_id user title copyies options [file]\n\n", name, sVersion, name);
 }
 
-void writeGeometryLog(const std::string& path, const cups_page_header2_t& header)
+// True while everything written so far has reached the output.
+bool outputIntact(FILE* output)
 {
-    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        return;
+    if (fflush(output) == 0 && ferror(output) == 0) {
+        return true;
     }
-    FILE* log = fdopen(fd, "w+");
-    if (log == nullptr) {
-        close(fd);
-        return;
-    }
-    fprintf(log, "cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n", header.cupsWidth,
-            header.cupsHeight, header.cupsBytesPerLine, header.cupsBitsPerPixel);
-    fclose(log);
-}
-
-void logPageHeader(int page, const cups_page_header2_t& header)
-{
-    korvoLogCommon(KORVO_LOG_DEBUG, "PAGE: %d %d\n", page, header.NumCopies);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.HWResolution[0]:%d\n", header.HWResolution[0]);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.HWResolution[1]:%d", header.HWResolution[1]);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsWidth:%d", header.cupsWidth);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsHeight:%d", header.cupsHeight);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsMediaType:%d", header.cupsMediaType);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsBitsPerColor:%d", header.cupsBitsPerColor);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsBitsPerPixel:%d", header.cupsBitsPerPixel);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsBytesPerLine:%d", header.cupsBytesPerLine);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsColorOrder:%d", header.cupsColorOrder);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsColorSpace:%d", header.cupsColorSpace);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsCompression:%d", header.cupsCompression);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsRowCount:%d", header.cupsRowCount);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsRowFeed:%d", header.cupsRowFeed);
-    korvoLogCommon(KORVO_LOG_DEBUG, "header.cupsRowStep:%d", header.cupsRowStep);
-}
-
-// Page geometry from the raster, and every job setting, into the printer.
-void startPage(OndrelPrinter& printer, Settings& settings, cups_page_header2_t& header)
-{
-    settings.pageWidth = static_cast<float>(header.cupsWidth * 25.4 / header.HWResolution[0]);
-    settings.pageHeight = static_cast<float>(header.cupsHeight * 25.4 / header.HWResolution[1]);
-    korvoLogCommon(KORVO_LOG_DEBUG, "pageWidth: %f,pageHeight: %f", settings.pageWidth, settings.pageHeight);
-
-    printer.resolution = static_cast<int32_t>(header.HWResolution[0]);
-    printer.modelName = settings.ModelName;
-    printer.setAntiWrinkle(settings.AntiWrinkle);
-    printer.setPageHeader(&header);
-    printer.setBrightness(settings.Brightness);
-    printer.setContrast(settings.Contrast);
-    printer.setPrintSpeed(settings.PrintSpeed);
-    printer.setPrintDensity(settings.Darkness);
-    printer.setHalftoneType(settings.halftoneType);
-    printer.setMirrorPrint(settings.MirrorImage != 0);
-    printer.setNegativePrint(settings.NegativeImage != 0);
-    printer.setRotate180Print(settings.Rotate180 != 0);
-    printer.tattooPrinter = settings.IsTattooPrinter;
-}
-
-// The page buffer holds one zeroed line after the page: the blank-line
-// count of the pipeline looks one line past the page.
-bool resizePageBuffer(std::vector<unsigned char>& buffer, size_t pageSize, size_t bytesPerLine)
-{
-    try {
-        buffer.resize(pageSize + bytesPerLine);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    memset(buffer.data() + pageSize, 0, bytesPerLine);
-    return true;
-}
-
-// Prints one page whose pixels are in the buffer.
-void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page_header2_t& header,
-               const unsigned char* pixels, int pageNumber)
-{
-    printer.WaitForPrinterStatus(kStatusReady);
-    fprintf(stderr, "INFO: page %d\n", pageNumber);
-    printer.PrintControl(0);
-    if (bNeedGoBack != 0 || strcmp(settings.PaperType, "LabelMark") == 0) {
-        printer.FeedPaper(4, 0);
-    }
-    printer.printImage(pixels, header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
-    pageEndMediaAction(&printer, &settings);
-    printer.PrintControl(1);
-    printer.WaitForPrinterStatus(kStatusPaperOut);
-    // Page accounting and job progress for the spooler.
-    fprintf(stderr, "PAGE: %d 1\n", pageNumber);
-    fprintf(stderr, "ATTR: job-impressions-completed=%d\n", pageNumber);
+    fprintf(stderr, "ERROR: Unable to send the print data to the printer: %s\n", strerror(errno));
+    return false;
 }
 
 enum class LoopEnd { Normal, Failed };
 
-LoopEnd printPages(cups_raster_t* raster, OndrelPrinter& printer, Settings& settings,
+// A page whose header promises no lines ends the job; say so when pages
+// follow it.
+void warnAboutPagesAfter(cups_raster_t* raster, int pageNumber)
+{
+    cups_page_header2_t next;
+    if (cupsRasterReadHeader2(raster, &next) != 0) {
+        fprintf(stderr, "WARNING: Page %d has no lines; it and the pages after it are not printed.\n", pageNumber);
+    }
+}
+
+LoopEnd printPages(RasterInput& input, cups_raster_t* raster, OndrelPrinter& printer, Settings& settings,
                    const FilterEnvironment& environment)
 {
     cups_page_header2_t header;
-    std::vector<unsigned char> page;
+    PageBuffer page;
     int printedPages = 0;
-    while (raster != nullptr && cupsRasterReadHeader2(raster, &header) != 0) {
+    for (;;) {
+        const size_t bytesBeforeHeader = input.bytesDelivered();
+        if (raster == nullptr || cupsRasterReadHeader2(raster, &header) == 0) {
+            if (!korvoJobCancelled() && input.bytesDelivered() > bytesBeforeHeader) {
+                fprintf(stderr, "WARNING: The raster data ends inside the header of page %d; it is not printed.\n",
+                        printedPages + 1);
+            }
+            break;
+        }
         if (header.cupsBitsPerPixel != 8) {
             korvoLogCommon(KORVO_LOG_ERROR, "Unsupported bits per pixel : %d ! Requires 8 bits per pixel!",
                            header.cupsBitsPerPixel);
             return LoopEnd::Failed;
         }
         if (header.cupsHeight == 0 || header.cupsBytesPerLine == 0) {
+            warnAboutPagesAfter(raster, printedPages + 1);
             return LoopEnd::Normal;
         }
         const std::string problem = pageHeaderProblem(header);
@@ -193,24 +126,24 @@ LoopEnd printPages(cups_raster_t* raster, OndrelPrinter& printer, Settings& sett
             korvoLogCommon(KORVO_LOG_ERROR, "%s", problem.c_str());
             return LoopEnd::Failed;
         }
-        const uint32_t pageSize = static_cast<uint32_t>(pageBytes(header));
         writeGeometryLog(environment.geometryLogPath, header);
-        if (!resizePageBuffer(page, pageSize, header.cupsBytesPerLine)) {
-            return LoopEnd::Failed;
-        }
         startPage(printer, settings, header);
-        for (int i = 0; i < kLeadingNulBytes; ++i) {
-            putc(0, environment.output);
-        }
-        jobSetup(&printer, &settings);
-        logPageHeader(printedPages, header);
-        if (cupsRasterReadPixels(raster, page.data(), pageSize) == 0) {
+        beginPage(printer, settings, header, printedPages, environment.output);
+        if (!readPage(raster, header, page)) {
+            if (korvoJobCancelled()) {
+                break;
+            }
+            fprintf(stderr, "WARNING: The raster data of page %d ends early; the page is not printed.\n",
+                    printedPages + 1);
             continue;
         }
         printPage(printer, settings, header, page.data(), printedPages + 1);
+        if (korvoJobCancelled() || !outputIntact(environment.output)) {
+            return LoopEnd::Failed;
+        }
         ++printedPages;
     }
-    return LoopEnd::Normal;
+    return korvoJobCancelled() ? LoopEnd::Failed : LoopEnd::Normal;
 }
 
 // The printer writes to the environment's output and reaches the printer's
@@ -227,7 +160,7 @@ void applyEnvironment(OndrelPrinter& printer, const FilterEnvironment& environme
 
 int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
 {
-    signal(SIGTERM, terminalJob);
+    installCancelHandler();
     // A job starts with no feed pending and its captures numbered from 0.
     bNeedGoBack = 0;
     page_index = 0;
@@ -239,7 +172,7 @@ int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
 
     int fd = 0;
     if (argc > 6) {
-        fd = open(argv[6], O_RDONLY);
+        fd = open(argv[6], O_RDONLY | O_CLOEXEC);
         if (fd == -1) {
             fputs("ERROR: Unable to open raster file - ", stderr);
             return 1;
@@ -251,7 +184,7 @@ int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
     applyEnvironment(*printer, environment);
     CaptureFile capture;
     PrinterRegistration registration;
-    InputDescriptor input(fd);
+    RasterInput input(fd);
 
     Settings settings;
     memset(&settings, 0, sizeof(settings));
@@ -269,11 +202,13 @@ int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
         return 1;
     }
 
-    RasterStream raster(cupsRasterOpen(input.get(), CUPS_RASTER_READ));
-    if (printPages(raster.get(), *sPrinter, settings, environment) == LoopEnd::Failed) {
+    if (printPages(input, input.open(), *sPrinter, settings, environment) == LoopEnd::Failed) {
         return 1;
     }
     jobEnd(sPrinter, &settings);
+    if (!outputIntact(environment.output)) {
+        return 1;
+    }
     fprintf(stderr, "STATE: -media-empty-warning\n");
     return 0;
 }

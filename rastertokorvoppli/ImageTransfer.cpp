@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "OndrelPrinter.h"
+#include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
 
 namespace {
@@ -17,7 +18,8 @@ void OndrelPrinter::doPrintImage(const unsigned char* data, size_t bytesPerLine,
     const long monoBytes = GrayToMono(static_cast<int>(bytesPerLine), static_cast<int>(height), rows);
     korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Converted image size in bytes: %ld", monoBytes);
     if (tattooPrinter != 0) {
-        const int lines = resolution * 120 / 254;
+        // 120/254 inch in dot lines, computed wide: any 32-bit resolution can arrive.
+        const int lines = static_cast<int>(uint64_t{resolution} * 120 / 254);
         FeedPaper(0, lines);
         korvoLogCommon(KORVO_LOG_DEBUG, "doPrintImage: Tatto printer detected. Fed %d lines before printing.", lines);
     }
@@ -43,9 +45,12 @@ void OndrelPrinter::SendImage(long monoBytes, _SIZEL size, unsigned char* data)
     const unsigned char* rows = data;
     const long blockBytes = kRowsPerPacket * rowBytes;
     for (long block = 0; block < blocks; ++block, rows += blockBytes) {
+        if (korvoJobCancelled()) {
+            return;
+        }
         sendPacket(kCmdImageRows, 0, rows, static_cast<uint16_t>(blockBytes));
     }
-    if (rest != 0) {
+    if (rest != 0 && !korvoJobCancelled()) {
         sendPacket(kCmdImageRows, 0, rows, static_cast<uint16_t>(rest * rowBytes));
     }
 }

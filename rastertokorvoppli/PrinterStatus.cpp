@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <optional>
-#include <thread>
 
 #include "OndrelPrinter.h"
+#include "common/KorvoCancel.h"
 
 namespace {
 
@@ -102,7 +101,7 @@ bool OndrelPrinter::WaitForPrinterStatus(int mode)
         return true;
     }
     fprintf(stderr, "DEBUG: Enter WaitForPrinterReady\n");
-    for (int poll = 0; poll < polling_.pollLimit; ++poll) {
+    for (int poll = 0; poll < polling_.pollLimit && !korvoJobCancelled(); ++poll) {
         if (const std::optional<long> reply = queryStatus()) {
             const long status = *reply;
             UpdatePrinterStatus(status);
@@ -114,8 +113,13 @@ bool OndrelPrinter::WaitForPrinterStatus(int mode)
                 return true;
             }
         }
-        std::this_thread::sleep_for(polling_.interval);
+        polling_.channels.sleep(polling_.interval);
     }
+    if (korvoJobCancelled()) {
+        return false;
+    }
+    fprintf(stderr, "WARNING: The printer did not report %s after %d status queries; going on.\n",
+            mode == kStatusReady ? "ready" : "the page printed", polling_.pollLimit);
     return false;
 }
 

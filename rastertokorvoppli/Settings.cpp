@@ -3,6 +3,7 @@
 
 #include <cups/cups.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -72,12 +73,30 @@ void logSettings(const Settings* s)
     korvoLogCommon(KORVO_LOG_DEBUG, "settings->Contrast:%d", s->Contrast);
 }
 
+// The printer's PPD; null, with a warning that the defaults are used, when
+// it cannot be had.
+ppd_file_t* openPpd(const char* path)
+{
+    if (path == nullptr) {
+        fprintf(stderr, "WARNING: No PPD file was given (PPD is not set); the job settings are the defaults.\n");
+        return nullptr;
+    }
+    ppd_file_t* ppd = ppdOpenFile(path);
+    if (ppd == nullptr) {
+        int line = 0;
+        const ppd_status_t status = ppdLastError(&line);
+        fprintf(stderr,
+                "WARNING: Unable to open the PPD file \"%s\": %s (line %d); the job settings are the defaults.\n", path,
+                ppdErrorString(status), line);
+    }
+    return ppd;
+}
+
 }  // namespace
 
 void parseSettings(Settings* settings, const char* options)
 {
-    const char* ppdPath = getenv("PPD");
-    ppd_file_t* ppd = ppdPath != nullptr ? ppdOpenFile(ppdPath) : nullptr;
+    ppd_file_t* ppd = openPpd(getenv("PPD"));
     ppdMarkDefaults(ppd);
     markJobOptions(ppd, options);
 

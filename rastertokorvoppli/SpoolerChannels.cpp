@@ -7,22 +7,26 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "common/KorvoCancel.h"
+
 namespace {
 
 constexpr size_t kMessageHeader = 4;
 constexpr size_t kMaxMessage = kMessageHeader + 65535;
 constexpr int kMaxStaleMessages = 64;
 
-// Waits until the descriptor is ready for the events; false on timeout and
-// when the descriptor is not open (libcups would spin on it).
+// Waits until the descriptor is ready for the events; false on timeout,
+// when the job is cancelled, and when the descriptor is not open (libcups
+// would spin on it). fd -1 only waits.
 bool waitFor(int fd, short events, double timeoutSeconds)
 {
-    pollfd pfd{fd, events, 0};
+    pollfd waits[2] = {{fd, events, 0}, {korvoCancelFd(), POLLIN, 0}};
     int ready;
     do {
-        ready = poll(&pfd, 1, timeoutSeconds < 0 ? -1 : static_cast<int>(timeoutSeconds * 1000));
-    } while (ready < 0 && errno == EINTR);
-    return ready == 1 && (pfd.revents & POLLNVAL) == 0;
+        ready = poll(waits, 2, timeoutSeconds < 0 ? -1 : static_cast<int>(timeoutSeconds * 1000));
+    } while (ready < 0 && errno == EINTR && !korvoJobCancelled());
+    return ready > 0 && !korvoJobCancelled() && (waits[0].revents & (events | POLLHUP | POLLERR)) != 0 &&
+           (waits[0].revents & POLLNVAL) == 0;
 }
 
 ssize_t readOnce(int fd, void* buffer, size_t size)
@@ -89,6 +93,11 @@ ssize_t SpoolerChannels::readBackChannel(unsigned char* buffer, size_t size, dou
         return -1;
     }
     return readOnce(backChannelFd_, buffer, size);
+}
+
+void SpoolerChannels::sleep(std::chrono::milliseconds interval) const
+{
+    waitFor(-1, 0, static_cast<double>(interval.count()) / 1000.0);
 }
 
 void SpoolerChannels::dropStaleReplies() const

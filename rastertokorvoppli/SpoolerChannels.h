@@ -9,6 +9,7 @@
 #include <cups/sidechannel.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstddef>
 
 class SpoolerChannels {
@@ -28,6 +29,10 @@ public:
     // Drops answers and replies that arrived after their request timed out,
     // so that they are not taken for the answers to the next request.
     void dropStaleReplies() const;
+
+    // Waits between two requests. Every wait ends early when the job is
+    // cancelled.
+    void sleep(std::chrono::milliseconds interval) const;
 
 private:
     int backChannelFd_;

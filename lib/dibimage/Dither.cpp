@@ -14,6 +14,8 @@
 
 #include "dibimage/DibImage.h"
 
+#include "common/KorvoCancel.h"
+
 #include <cstddef>
 #include <cstring>
 #include <utility>
@@ -305,7 +307,7 @@ void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size
         load(static_cast<uint64_t>(r));
     }
 
-    for (uint32_t y = 0; y < h; ++y) {
+    for (uint32_t y = 0; y < h && !korvoJobCancelled(); ++y) {
         int16_t* below[L];
         Lanes win[L];
         for (int d = 0; d < L; ++d) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "halv/halvDither.h"
 
+#include "common/KorvoCancel.h"
 #include "halv/halvEnhance.h"
 #include "halv/halvMath.h"
 #include "halv/halvRows.h"
@@ -70,7 +71,7 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
     std::vector<uint8_t> sharp(ws);
     halv_detail::EdfRows errors(w);
     const float threshold = static_cast<float>(t);
-    for (int y = 0; y < h; ++y) {
+    for (int y = 0; y < h && !korvoJobCancelled(); ++y) {
         const uint8_t* blurred = blur.next();
         halv_detail::addWeightedRow(blur.source(y), blurred, ws, table, sharp.data());
         uint8_t* row = out.data + static_cast<size_t>(y) * ws;

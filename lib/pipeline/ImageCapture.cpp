@@ -2,6 +2,7 @@
 #include "pipeline/ImageCapture.h"
 
 #include <fcntl.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -89,6 +90,26 @@ void writeOneBitRows(FILE* file, const unsigned char* data, unsigned long bytesP
     }
 }
 
+// Captures go to the spooler's own temporary directory: one is written only
+// when it leaves at least 1 GiB and a tenth of that file system free.
+bool roomFor(const std::string& directory, uint64_t bytes)
+{
+    const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    struct statvfs space;
+    const bool known = fstatvfs(fd, &space) == 0;
+    close(fd);
+    if (!known) {
+        return false;
+    }
+    const uint64_t available = uint64_t{space.f_bavail} * space.f_frsize;
+    const uint64_t total = uint64_t{space.f_blocks} * space.f_frsize;
+    const uint64_t keep = std::max<uint64_t>(uint64_t{1} << 30, total / 10);
+    return available >= bytes && available - bytes >= keep;
+}
+
 // A new file only: captures hold users' documents, so they are private, never
 // replace an existing file and never follow a symbolic link.
 FILE* createCaptureFile(const char* path)
@@ -123,12 +144,15 @@ void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLi
     ++page_index;
 
     const std::string path = captureDirectory_ + "/" + name;
-    FILE* file = createCaptureFile(path.c_str());
+    const bool eightBits = bitsPerPixel == 8;
+    const uint64_t size =
+        kHeadersSize + (eightBits ? kPalette8Size + uint64_t{width} * height
+                                  : kPalette1Size + uint64_t{height} * (((width + 7) / 8 + 3) / 4 * 4));
+    FILE* file = roomFor(captureDirectory_, size) ? createCaptureFile(path.c_str()) : nullptr;
     if (file == nullptr) {
         fprintf(stderr, "KorvoPrinter::saveImage: unable to open the file %s\n", path.c_str());
         return;
     }
-    const bool eightBits = bitsPerPixel == 8;
     const std::vector<uint8_t> headers =
         bitmapHeaders(static_cast<uint32_t>(width), static_cast<uint32_t>(height), eightBits);
     fwrite(headers.data(), headers.size(), 1, file);

@@ -91,7 +91,7 @@ public:
     void setCaptureDirectory(const std::string& directory) { captureDirectory_ = directory; }
 
     // Set directly by the front end for every page.
-    int32_t resolution = 300;
+    uint32_t resolution = 300;  // dots per inch, as the page header carries it
     const char* modelName = nullptr;
 
 protected:

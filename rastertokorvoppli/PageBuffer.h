@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// The buffer a raster page is read into. Address space for the whole page is
+// reserved up front, but memory is committed only as rows are written into
+// it, so a page header's promise costs nothing until its data arrives. The
+// block is reused for the following pages and grows when a page needs more;
+// page-sized blocks use huge pages where the kernel offers them.
+#pragma once
+
+#include <cstddef>
+
+class PageBuffer {
+public:
+    PageBuffer() = default;
+    ~PageBuffer();
+    PageBuffer(const PageBuffer&) = delete;
+    PageBuffer& operator=(const PageBuffer&) = delete;
+
+    // Makes room for a page of that many bytes; false when the address space
+    // cannot be had. The contents are undefined until written.
+    bool reserve(size_t bytes);
+    unsigned char* data() const { return data_; }
+
+private:
+    void release();
+
+    unsigned char* data_ = nullptr;
+    size_t capacity_ = 0;
+};
