@@ -6,6 +6,9 @@
 # Deletes the filter's page captures a day after they were written.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/printer-driver-korvo.conf DESTINATION ${KORVO_TMPFILES_DIR})
 
+# The licence, where Debian keeps it for every package.
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/printer-driver-korvo)
+
 find_program(DPKG_EXECUTABLE dpkg)
 if(DPKG_EXECUTABLE)
   execute_process(COMMAND ${DPKG_EXECUTABLE} --print-architecture OUTPUT_VARIABLE korvo_deb_arch

@@ -46,6 +46,8 @@ const Place kPlaces[] = {
     {KORVO_PPD_INSTALL_DIR, 0644, {"korvr27.ppd", "korv315.ppd", "korvk5.ppd", "korvq6.ppd"}},
     {KORVO_DRV_INSTALL_DIR, 0644, {"korvo.drv", "po/de.po", "po/fr.po", "po/es.po", "po/ja.po", "po/zh_CN.po"}},
     {KORVO_TMPFILES_DIR, 0644, {"printer-driver-korvo.conf"}},
+    {KORVO_DOC_DIR, 0644, {"copyright"}},
+    {KORVO_BIN_DIR, 0755, {}},
     {KORVO_MAN_DIR, 0644, {}},
 };
 
