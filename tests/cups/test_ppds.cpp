@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // The shipped PPDs: accepted by cupstestppd, with the model names the
-// status wait compares and the options the filter reads.
+// status wait compares and the options the filter reads, and read by libcups
+// in the user's language.
+#include <cups/ppd.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include "FilterProcess.h"
 
@@ -83,7 +88,8 @@ void expectDeclarations(const ShippedModel& model)
         "*Contrast 100",
         "*MediaMethod",
         "*GapsHeight",
-        "*Resolution 300dpi"};
+        "*Resolution 300dpi",
+        "*cupsLanguages: \"en de fr es ja zh_CN\""};
     for (const std::string& line : expected) {
         EXPECT_NE(text.find(line), std::string::npos) << line;
     }
@@ -108,6 +114,61 @@ TEST(ShippedPpds, DeclareWhatTheFilterReads)
 {
     for (const ShippedModel& model : kModels) {
         expectDeclarations(model);
+    }
+}
+
+// An option and one of its choices as a program in the locale shows them.
+struct LocalisedTexts {
+    const char* locale;
+    const char* file;
+    const char* option;
+    const char* choice;
+    std::pair<std::string, std::string> texts;
+};
+
+const LocalisedTexts kLocalised[] = {
+    {"C", "korvk5.ppd", "HalftoneType", "Tattoo_Q6", {"Halftone", "Tattoo stencil, high contrast"}},
+    {"de_DE.UTF-8", "korvk5.ppd", "HalftoneType", "Tattoo", {"Halbton", "Tattoo-Schablone"}},
+    {"fr_FR.UTF-8", "korvr27.ppd", "PostAction", "TearOff", {"Après l'impression", "Avancer pour détacher"}},
+    {"es_ES.UTF-8", "korv315.ppd", "PaperType", "LabelMark", {"Tipo de papel", "Etiquetas con marcas negras"}},
+    {"ja_JP.UTF-8", "korvq6.ppd", "AntiWrinkle", "0", {"しわ防止枠", "オフ"}},
+    {"zh_CN.UTF-8", "korvr27.ppd", "Darkness", "Middle", {"打印浓度", "中"}},
+};
+
+// libcups settles a thread's language at its first use, so every locale is
+// read on a thread of its own.
+std::pair<std::string, std::string> readLocalised(const LocalisedTexts& row)
+{
+    std::pair<std::string, std::string> texts;
+    std::thread reader([&] {
+        ppd_file_t* ppd = ppdOpenFile(builtPpd(row.file).c_str());
+        if (ppd == nullptr) {
+            return;
+        }
+        ppdLocalize(ppd);
+        ppd_option_t* option = ppdFindOption(ppd, row.option);
+        const ppd_choice_t* choice = option != nullptr ? ppdFindChoice(option, row.choice) : nullptr;
+        if (choice != nullptr) {
+            texts = {option->text, choice->text};
+        }
+        ppdClose(ppd);
+    });
+    reader.join();
+    return texts;
+}
+
+TEST(ShippedPpds, ShowTheirTextsInTheUsersLanguage)
+{
+    const char* saved = getenv("LC_ALL");
+    const std::string savedLcAll = saved != nullptr ? saved : "";
+    for (const LocalisedTexts& row : kLocalised) {
+        setenv("LC_ALL", row.locale, 1);
+        EXPECT_EQ(readLocalised(row), row.texts) << row.locale << " " << row.file << " " << row.option;
+    }
+    if (saved != nullptr) {
+        setenv("LC_ALL", savedLcAll.c_str(), 1);
+    } else {
+        unsetenv("LC_ALL");
     }
 }
 
