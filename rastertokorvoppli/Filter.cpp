@@ -87,13 +87,16 @@ bool outputIntact(FILE* output)
 
 enum class LoopEnd { Normal, Failed };
 
-// A page whose header promises no lines ends the job; say so when pages
-// follow it.
-void warnAboutPagesAfter(cups_raster_t* raster, int pageNumber)
+// Says why the stream gives no further page, when it is not its clean end:
+// the data breaks off inside a page header, or the header is one libcups
+// refuses (no lines, or lines that do not fit the width).
+void warnAboutEnd(size_t headerBytesRead, int pageNumber)
 {
-    cups_page_header2_t next;
-    if (cupsRasterReadHeader2(raster, &next) != 0) {
-        fprintf(stderr, "WARNING: Page %d has no lines; it and the pages after it are not printed.\n", pageNumber);
+    if (headerBytesRead >= sizeof(cups_page_header2_t)) {
+        fprintf(stderr, "WARNING: Page %d has no valid page header; it and the pages after it are not printed.\n",
+                pageNumber);
+    } else if (headerBytesRead > 0) {
+        fprintf(stderr, "WARNING: The raster data ends inside the header of page %d; it is not printed.\n", pageNumber);
     }
 }
 
@@ -106,9 +109,8 @@ LoopEnd printPages(RasterInput& input, cups_raster_t* raster, OndrelPrinter& pri
     for (;;) {
         const size_t bytesBeforeHeader = input.bytesDelivered();
         if (raster == nullptr || cupsRasterReadHeader2(raster, &header) == 0) {
-            if (!korvoJobCancelled() && input.bytesDelivered() > bytesBeforeHeader) {
-                fprintf(stderr, "WARNING: The raster data ends inside the header of page %d; it is not printed.\n",
-                        printedPages + 1);
+            if (!korvoJobCancelled()) {
+                warnAboutEnd(input.bytesDelivered() - bytesBeforeHeader, printedPages + 1);
             }
             break;
         }
@@ -118,7 +120,6 @@ LoopEnd printPages(RasterInput& input, cups_raster_t* raster, OndrelPrinter& pri
             return LoopEnd::Failed;
         }
         if (header.cupsHeight == 0 || header.cupsBytesPerLine == 0) {
-            warnAboutPagesAfter(raster, printedPages + 1);
             return LoopEnd::Normal;
         }
         const std::string problem = pageHeaderProblem(header);
@@ -202,7 +203,11 @@ int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
         return 1;
     }
 
-    if (printPages(input, input.open(), *sPrinter, settings, environment) == LoopEnd::Failed) {
+    cups_raster_t* raster = input.open();
+    if (raster == nullptr && input.bytesDelivered() > 0 && !korvoJobCancelled()) {
+        fprintf(stderr, "WARNING: The input is not a CUPS raster stream; nothing is printed.\n");
+    }
+    if (printPages(input, raster, *sPrinter, settings, environment) == LoopEnd::Failed) {
         return 1;
     }
     jobEnd(sPrinter, &settings);

@@ -2,9 +2,10 @@
 // The files the filter writes besides the printer stream: two bitmap
 // captures of every page and the page geometry log. Names, numbering,
 // permissions, contents, and names that are taken already.
-#include <dirent.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,21 +16,6 @@
 using namespace korvotest;
 
 namespace {
-
-std::vector<std::string> filesIn(const std::string& directory)
-{
-    std::vector<std::string> names;
-    if (DIR* dir = opendir(directory.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
-            if (entry->d_name[0] != '.') {
-                names.push_back(entry->d_name);
-            }
-        }
-        closedir(dir);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 uint32_t le32(const std::vector<uint8_t>& b, size_t at)
 {
@@ -59,6 +45,11 @@ std::string captureName(time_t when, int number)
 TEST(Files, TwoCapturesPerPageNumberedInTurn)
 {
     TempDir captures;
+    struct statvfs space;
+    ASSERT_EQ(statvfs(captures.path().c_str(), &space), 0);
+    if (uint64_t{space.f_bavail} * space.f_frsize < (uint64_t{space.f_blocks} * space.f_frsize) / 10 + (2u << 30)) {
+        GTEST_SKIP() << "the filter keeps no captures on a file system this full";
+    }
     const time_t before = time(nullptr);
     ASSERT_EQ(print(twoPages(captures.path())).exitStatus, 0);
     const time_t after = time(nullptr);
@@ -129,8 +120,8 @@ TEST(Files, CapturesNeverReplaceOrFollowExistingNames)
     }
 }
 
-// The geometry log is rewritten for every page and never written through a
-// symbolic link.
+// The geometry log is rewritten for every page, never written through a
+// symbolic link, and never into a file of another user, however open.
 TEST(Files, GeometryLog)
 {
     TempDir dir;
@@ -141,6 +132,28 @@ TEST(Files, GeometryLog)
     ASSERT_EQ(symlink(dir.file("victim").c_str(), dir.file("log").c_str()), 0);
     EXPECT_EQ(print(job).exitStatus, 0);
     EXPECT_EQ(readText(dir.file("victim")), "k");
+    unlink(dir.file("log").c_str());
+    writeFile(dir.file("log"), "theirs");
+    ASSERT_EQ(chmod(dir.file("log").c_str(), 0666), 0);
+    if (chown(dir.file("log").c_str(), 65534, 65534) != 0) {
+        GTEST_SKIP() << "giving a file to another user needs root";
+    }
+    EXPECT_EQ(print(job).exitStatus, 0);
+    EXPECT_EQ(readText(dir.file("log")), "theirs");
+}
+
+// A capture that would leave less than 1 GiB free on its file system (here
+// a small one of its own) is not written; the pages print all the same.
+TEST(Files, CapturesLeaveTheFileSystemRoom)
+{
+    TempDir small;
+    if (mount("korvo-test", small.path().c_str(), "tmpfs", 0, "size=64m") != 0) {
+        GTEST_SKIP() << "mounting a small file system needs root";
+    }
+    const FilterResult result = print(twoPages(small.path()));
+    EXPECT_EQ(result.pages().size(), 2u);
+    EXPECT_TRUE(filesIn(small.path()).empty());
+    umount(small.path().c_str());
 }
 
 }  // namespace

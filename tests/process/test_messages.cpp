@@ -4,8 +4,12 @@
 // the printer's status from the back channel.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 
+#include "Filter.h"
 #include "Job.h"
 #include "PrinterChannels.h"
 
@@ -59,6 +63,187 @@ const std::string kPage = "NUL*64 PC0 DENSITY8 PC1 PC0 AREA ROWS PC1 ";
 const std::string kPageStart = "NUL*64 PC0 DENSITY8 PC1 ";
 const std::string kJobEnd = "PC0 PC1";
 
+// A page of the given geometry, its header changed as given.
+RasterPage page(unsigned width, unsigned height, const std::function<void(cups_page_header2_t&)>& change = {})
+{
+    RasterPage p = grayPage(width, height, 300, photoShade(width));
+    if (change) {
+        change(p.header);
+    }
+    return p;
+}
+
+// Headers, PPDs and options as a hostile or careless sender makes them:
+// each ends with its status and its telling line, and every page before a
+// failure is printed.
+TEST(Messages, HostileInputEndsCleanly)
+{
+    TempDir dir;
+    writeFile(dir.file("empty.ppd"), "");
+    writeFile(dir.file("bare.ppd"), "*PPD-Adobe: \"4.3\"\n*OpenUI *PageSize: PickOne\n*DefaultPageSize: A4\n"
+                                    "*PageSize A4: \"\"\n*CloseUI: *PageSize\n*PaperDimension A4: \"595 842\"\n");
+    const RasterPage good = page(16, 2);
+    const std::string longValue(300, 'x');
+    std::string manyOptions;
+    for (int i = 0; i < 10000; ++i) {
+        manyOptions.append("o").append(std::to_string(i)).append("=v ");
+    }
+    struct Case {
+        const char* what;
+        Job job;
+        int status;
+        size_t pages;
+        std::vector<std::string> lines;
+    };
+    const Case cases[] = {
+        {"one pixel", {.pages = {page(1, 1)}}, 0, 1, {"INFO: page 1\n"}},
+        {"lines longer than the width", {.pages = {page(12, 3, [](auto& h) { h.cupsWidth = 9; })}}, 0, 1, {}},
+        {"a page of 2^32 - 1 bytes without its pixels",
+         {.pages = {good, page(1, 1,
+                               [](auto& h) {
+                                   h.cupsWidth = h.cupsBytesPerLine = 65535;
+                                   h.cupsHeight = 65537;
+                               })}},
+         0,
+         1,
+         {"WARNING: The raster data of page 2 ends early; the page is not printed.\n"}},
+        {"16 bits per pixel",
+         {.pages = {good, page(4, 4, [](auto& h) { h.cupsBitsPerPixel = 16; })}},
+         1,
+         1,
+         {"ERROR:Unsupported bits per pixel : 16 ! Requires 8 bits per pixel!\n"}},
+        {"24 bits per pixel",
+         {.pages = {page(12, 4,
+                         [](auto& h) {
+                             h.cupsWidth = 4;
+                             h.cupsBitsPerPixel = 24;
+                         })}},
+         1,
+         0,
+         {"ERROR:Unsupported bits per pixel : 24"}},
+        {"resolutions 0, 1 and 65535, compression, colour fields outside their enumerations",
+         {.ppd = "korvk5.ppd",
+          .pages = {page(8, 2,
+                         [](auto& h) {
+                             h.HWResolution[0] = h.HWResolution[1] = 0;
+                             h.cupsCompression = 1;
+                         }),
+                    page(8, 2, [](auto& h) { h.HWResolution[0] = h.HWResolution[1] = 1; }),
+                    page(8, 2,
+                         [](auto& h) {
+                             h.HWResolution[0] = 65535;
+                             h.cupsColorOrder = static_cast<cups_order_t>(0xFFFFFFFF);
+                             h.cupsColorSpace = static_cast<cups_cspace_t>(77);
+                         })},
+          .options = "AntiWrinkle=1"},
+         0,
+         3,
+         {"header.cupsColorOrder:-1\n", "header.cupsColorSpace:77\n"}},
+        {"a pre-feed from a resolution of 2^31 and more",
+         {.ppd = "korvk5.ppd", .pages = {page(8, 2, [](auto& h) { h.HWResolution[0] = 0x80000001u; })}},
+         0,
+         1,
+         {"Fed 1014559204 lines before printing.\n"}},
+        {"no PPD file",
+         {.ppd = "", .pages = {good}, .run = {.ppd = "/nonexistent.ppd"}},
+         1,
+         0,
+         {"WARNING: Unable to open the PPD file \"/nonexistent.ppd\""}},
+        {"an empty PPD",
+         {.ppd = dir.file("empty.ppd"), .pages = {good}},
+         1,
+         0,
+         {"WARNING: Unable to open the PPD file", "ERROR: Paper size must not less than 1.0"}},
+        {"a PPD without most options", {.ppd = dir.file("bare.ppd"), .pages = {good}}, 0, 1, {"halftoneType:0\n"}},
+        {"unknown choices, empty, long and non-ASCII values",
+         {.pages = {good}, .options = "HalftoneType=Bogus PageSize= MirrorImage=\xC3\xA4 Darkness=" + longValue},
+         0,
+         1,
+         {"settings->MirrorImage:0\n", "settings->Darkness:8\n", "settings->halftoneType:0\n"}},
+        {"ten thousand options", {.pages = {good}, .options = manyOptions}, 0, 1, {"INFO: page 1\n"}},
+    };
+    for (const Case& c : cases) {
+        const FilterResult result = print(c.job);
+        EXPECT_EQ(result.exitStatus, c.status) << c.what;
+        EXPECT_EQ(result.pages().size(), c.pages) << c.what;
+        EXPECT_TRUE(inOrder(result.err, c.lines)) << c.what;
+    }
+}
+
+// The filter run in this process on a raster file: its status, its
+// messages, and the pages it counted.
+struct InProcessRun {
+    int status;
+    std::string err;
+};
+
+InProcessRun runInProcess(const TempDir& dir, const std::string& raster)
+{
+    std::string arguments[] = {"rastertokorvoppli", "1", "user", "title", "1", "", raster};
+    char* argv[7];
+    for (int i = 0; i < 7; ++i) {
+        argv[i] = arguments[i].data();
+    }
+    FILE* out = fopen("/dev/null", "w");
+    FilterEnvironment environment;
+    environment.output = out;
+    environment.captureDirectory = dir.path();
+    environment.geometryLogPath = dir.file("geometry.log");
+    environment.statusPollLimit = 0;
+    fflush(stderr);
+    const int saved = dup(2);
+    const int messages = open(dir.file("messages").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    dup2(messages, 2);
+    const int status = runFilter(7, argv, environment);
+    fflush(stderr);
+    dup2(saved, 2);
+    close(saved);
+    close(messages);
+    fclose(out);
+    return {status, readText(dir.file("messages"))};
+}
+
+// A two-page job cut at every offset: it always ends normally, prints every
+// page it received whole, and says so when a page or the stream was cut.
+TEST(Messages, TruncatedStreamsAtEveryOffset)
+{
+    TempDir dir;
+    writeRaster(dir.file("whole.ras"), {grayPage(4, 2, 300, randomShade(1)), grayPage(3, 3, 203, randomShade(2))});
+    const std::vector<uint8_t> whole = readFile(dir.file("whole.ras"));
+    const size_t firstPageEnd = 4 + sizeof(cups_page_header2_t) + 8;
+    ASSERT_EQ(whole.size(), firstPageEnd + sizeof(cups_page_header2_t) + 9);
+    setenv("PPD", ppdWithModel(dir, "korvr27.ppd", "TEST").c_str(), 1);
+    for (size_t cut = 0; cut <= whole.size(); ++cut) {
+        writeFile(dir.file("cut.ras"), std::string(whole.begin(), whole.begin() + long(cut)));
+        const InProcessRun run = runInProcess(dir, dir.file("cut.ras"));
+        const size_t pages = (cut >= firstPageEnd) + (cut == whole.size());
+        const bool cleanCut = cut == 0 || cut == 4 || cut == firstPageEnd || cut == whole.size();
+        ASSERT_EQ(run.status, 0) << cut;
+        ASSERT_EQ(countOf(run.err, "\nPAGE: "), pages) << cut;
+        ASSERT_EQ(countOf(run.err, "WARNING: "), cleanCut ? 0u : 1u) << cut << run.err;
+        for (const char* file : {"geometry.log", "messages"}) {
+            unlink(dir.file(file).c_str());
+        }
+    }
+}
+
+// A printer stream that cannot be written ends the job at once.
+TEST(Messages, OutputThatCannotBeWritten)
+{
+    int broken[2];
+    ASSERT_EQ(pipe2(broken, O_CLOEXEC), 0);
+    close(broken[0]);
+    const std::vector<RasterPage> pages(40, grayPage(600, 400, 203, photoShade(1)));
+    const FilterRun runs[] = {{.stdoutPath = "/dev/full"}, {.closeStdout = true}, {.stdoutFd = broken[1]}};
+    for (const FilterRun& run : runs) {
+        const FilterResult result = print({.pages = pages, .run = run});
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_TRUE(inOrder(result.err, {"ERROR: Unable to send the print data to the printer: "})) << result.err;
+        EXPECT_LE(result.errCount("INFO: page"), 1u);
+    }
+    close(broken[1]);
+}
+
 // Jobs that print, end early or skip a page: the exit status, the whole
 // packet sequence and the spooler lines, in order. A job that fails sends
 // no job end and no final state line.
@@ -67,8 +252,8 @@ TEST(Messages, PageLoopAndFailures)
     const RasterPage good = uniformPage(16, 2, 203, 200);
     RasterPage oneBit = good;
     oneBit.header.cupsBitsPerPixel = 1;
-    RasterPage tooLarge = uniformPage(70000, 1, 203, 0);
-    tooLarge.header.cupsHeight = 70000;
+    RasterPage tooLarge = uniformPage(65536, 1, 203, 0);
+    tooLarge.header.cupsHeight = 65536;
     tooLarge.pixels.clear();
     RasterPage wide = good;
     wide.header.cupsWidth = 20;
@@ -93,12 +278,15 @@ TEST(Messages, PageLoopAndFailures)
           "\nPAGE: 2 1\nATTR: job-impressions-completed=2\n", "DEBUG: Enter jobEnd\n", "DEBUG: Exit jobEnd\n",
           "STATE: -media-empty-warning\n"}},
         {{}, 0, kJobEnd, {"STATE: -media-empty-warning\n"}},
-        {{good, uniformPage(16, 0, 203, 0), good}, 0, kPage + kJobEnd, {}},
+        {{good, uniformPage(16, 0, 203, 0), good},
+         0,
+         kPage + kJobEnd,
+         {"WARNING: Page 2 has no valid page header; it and the pages after it are not printed.\n"}},
         {{good, oneBit},
          1,
          kPage.substr(0, kPage.size() - 1),
          {"ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per pixel!\n"}},
-        {{tooLarge}, 1, "", {"ERROR:Page too large: 70000 bytes per line x 70000 lines exceeds 4 GiB\n"}},
+        {{tooLarge}, 1, "", {"ERROR:Page too large: 65536 bytes per line x 65536 lines exceeds 4 GiB\n"}},
         {{good, wide},
          1,
          kPage.substr(0, kPage.size() - 1),

@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FilterProcess.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 #include "PrinterChannels.h"
 
@@ -83,10 +87,21 @@ void placeChannels(const FilterRun& run)
 [[noreturn]] void execFilter(const FilterRun& run, const std::vector<std::string>& args, const std::string& outPath,
                              const std::string& errPath)
 {
-    redirect(0, run.stdinFile.empty() ? "/dev/null" : run.stdinFile, O_RDONLY);
-    redirect(1, outPath, O_WRONLY | O_CREAT | O_TRUNC);
+    if (run.stdinFd >= 0) {
+        dup2(run.stdinFd, 0);
+    } else {
+        redirect(0, run.stdinFile.empty() ? "/dev/null" : run.stdinFile, O_RDONLY);
+    }
+    if (run.stdoutFd >= 0) {
+        dup2(run.stdoutFd, 1);
+    } else {
+        redirect(1, run.stdoutPath.empty() ? outPath : run.stdoutPath, O_WRONLY | O_CREAT | O_TRUNC);
+    }
     redirect(2, errPath, O_WRONLY | O_CREAT | O_TRUNC);
     placeChannels(run);
+    if (run.closeStdout) {
+        close(1);
+    }
     if (run.ppd.empty()) {
         unsetenv("PPD");
     } else {
@@ -153,6 +168,12 @@ std::vector<korvostream::Page> FilterResult::pages() const
     return korvostream::collectPages(korvostream::parseStream(out));
 }
 
+bool hasExited(int pid)
+{
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == pid;
+}
+
 size_t countOf(const std::string& haystack, const std::string& text)
 {
     size_t count = 0;
@@ -177,13 +198,22 @@ FilterResult runFilter(const FilterRun& run)
     if (pid == 0) {
         execFilter(run, args, io.file("stdout"), io.file("stderr"));
     }
+    std::thread beside;
+    if (run.whileRunning) {
+        beside = std::thread(run.whileRunning, pid, io.file("stderr"));
+    }
     if (run.printer != nullptr) {
         run.printer->serve(pid);
     }
+    if (beside.joinable()) {
+        beside.join();
+    }
     int status = 0;
-    waitpid(pid, &status, 0);
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
     FilterResult result;
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.maxResidentKb = usage.ru_maxrss;
     result.out = readFile(io.file("stdout"));
     result.err = readText(io.file("stderr"));
     result.geometryLog = readText(geometryLog);
@@ -242,6 +272,21 @@ std::vector<uint8_t> readFile(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
     return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> filesIn(const std::string& directory)
+{
+    std::vector<std::string> names;
+    if (DIR* dir = opendir(directory.c_str())) {
+        while (const dirent* entry = readdir(dir)) {
+            if (entry->d_name[0] != '.') {
+                names.push_back(entry->d_name);
+            }
+        }
+        closedir(dir);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 std::string readText(const std::string& path)

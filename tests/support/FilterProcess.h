@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,17 @@ struct FilterRun {
     std::string geometryLog;             // in a fresh directory when empty
     PrinterChannels* printer = nullptr;  // answers the status wait; /dev/null channels when null
     bool closeChannels = false;          // start with the channels closed, as by hand from a shell
+
+    // Standard output: a file of the result, unless a path (such as
+    // /dev/full) or a descriptor (such as a pipe) is given, or it is closed.
+    // Standard input may be a descriptor too.
+    std::string stdoutPath;
+    int stdoutFd = -1;
+    bool closeStdout = false;
+    int stdinFd = -1;
+    // Runs beside the filter, with its process id and the file its messages
+    // go to; returns once it has exited or has been made to.
+    std::function<void(int pid, const std::string& messages)> whileRunning;
 };
 
 struct FilterResult {
@@ -38,6 +50,7 @@ struct FilterResult {
     std::vector<uint8_t> out;
     std::string err;
     std::string geometryLog;  // the page geometry log the test program left
+    long maxResidentKb = 0;   // the filter's peak resident memory
 
     bool errHasLine(const std::string& line) const;
     size_t errCount(const std::string& text) const;
@@ -49,6 +62,9 @@ struct FilterResult {
 };
 
 FilterResult runFilter(const FilterRun& run);
+
+// True once the child process has ended (it is left to be waited for).
+bool hasExited(int pid);
 
 // How often the text occurs in the haystack, without overlaps.
 size_t countOf(const std::string& haystack, const std::string& text);
@@ -76,6 +92,7 @@ private:
 std::string ppdWithModel(const TempDir& dir, const std::string& ppdFile, const std::string& modelName);
 
 std::vector<uint8_t> readFile(const std::string& path);
+std::vector<std::string> filesIn(const std::string& directory);  // sorted, without hidden ones
 std::string readText(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 

@@ -6,9 +6,11 @@ namespace korvotest {
 FilterResult print(const Job& job)
 {
     TempDir dir;
-    writeRaster(dir.file("job.ras"), job.pages);
+    writeRaster(dir.file("job.ras"), job.pages, job.times);
     FilterRun run = job.run;
-    run.ppd = ppdWithModel(dir, job.ppd, job.model);
+    if (!job.ppd.empty()) {
+        run.ppd = ppdWithModel(dir, job.ppd, job.model);
+    }
     run.options = job.options;
     if (job.rasterOnStdin) {
         run.stdinFile = dir.file("job.ras");

@@ -12,9 +12,10 @@
 namespace korvotest {
 
 struct Job {
-    std::string ppd = "korvr27.ppd";  // a shipped PPD, or any by absolute path
+    std::string ppd = "korvr27.ppd";  // a shipped PPD, any by absolute path, or none: run.ppd
     std::string model = "TEST";       // its *ModelName: only R27, V315, K5 and Q6 are polled
     std::vector<RasterPage> pages;
+    int times = 1;  // the pages are sent that many times over
     std::string options;
     bool rasterOnStdin = false;  // otherwise the raster file is the sixth argument
     FilterRun run;               // the rest; its PPD, options and raster come from above

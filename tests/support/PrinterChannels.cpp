@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PrinterChannels.h"
 
+#include "FilterProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -17,12 +19,6 @@ namespace {
 
 constexpr uint8_t kDrainCommand = 2;
 constexpr uint8_t kStatusOk = 1;
-
-bool hasExited(int pid)
-{
-    siginfo_t info{};
-    return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == pid;
-}
 
 }  // namespace
 

@@ -56,19 +56,21 @@ Shade photoShade(uint32_t seed)
     };
 }
 
-void writeRaster(const std::string& path, const std::vector<RasterPage>& pages)
+void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times)
 {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (fd < 0) {
         throw std::runtime_error("cannot create " + path);
     }
     cups_raster_t* raster = cupsRasterOpen(fd, CUPS_RASTER_WRITE);
-    for (const RasterPage& page : pages) {
-        cups_page_header2_t header = page.header;
-        cupsRasterWriteHeader2(raster, &header);
-        if (!page.pixels.empty()) {
-            cupsRasterWritePixels(raster, const_cast<unsigned char*>(page.pixels.data()),
-                                  static_cast<unsigned>(page.pixels.size()));
+    for (int time = 0; time < times; ++time) {
+        for (const RasterPage& page : pages) {
+            cups_page_header2_t header = page.header;
+            cupsRasterWriteHeader2(raster, &header);
+            if (!page.pixels.empty()) {
+                cupsRasterWritePixels(raster, const_cast<unsigned char*>(page.pixels.data()),
+                                      static_cast<unsigned>(page.pixels.size()));
+            }
         }
     }
     cupsRasterClose(raster);

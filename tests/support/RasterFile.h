@@ -30,8 +30,8 @@ uint32_t mix(uint32_t seed, unsigned x, unsigned y);
 Shade randomShade(uint32_t seed);
 Shade photoShade(uint32_t seed);
 
-// Writes the pages with cupsRasterOpen(fd, CUPS_RASTER_WRITE),
-// cupsRasterWriteHeader2 and cupsRasterWritePixels.
-void writeRaster(const std::string& path, const std::vector<RasterPage>& pages);
+// Writes the pages, that many times over, with cupsRasterOpen(fd,
+// CUPS_RASTER_WRITE), cupsRasterWriteHeader2 and cupsRasterWritePixels.
+void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times = 1);
 
 }  // namespace korvotest

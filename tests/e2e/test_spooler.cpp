@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+// Jobs through a private spooler to the virtual printer: PDF and PNG
+// documents through the CUPS filter chain, compared with a direct run of the
+// filter on the raster the chain makes; page accounting; paper-out in the
+// printer's state; cancel.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <sstream>
+
+#include "Job.h"
+#include "PrivateCupsd.h"
+
+using namespace korvotest;
+
+namespace {
+
+// A gray ramp with a dark disc, as a PNG made by Ghostscript.
+const char* const kPicture = R"PS(%!PS
+<< /PageSize [216 144] >> setpagedevice
+0 1 215 { dup 215 div setgray 0 moveto 0 144 rlineto 1.2 setlinewidth stroke } for
+0.1 setgray 108 72 40 0 360 arc fill showpage
+)PS";
+
+const std::string kTestPage = "/usr/share/cups/data/default-testpage.pdf";
+
+struct Queue {
+    const char* name;
+    const char* ppd;
+    const char* status;  // the virtual printer's status script
+};
+
+const Queue kQueues[] = {
+    {"label", "korvr27.ppd", ""},
+    {"stencil", "korvk5.ppd", ""},
+    {"paperout", "korvr27.ppd", "?status=paperout:3,ready"},
+    {"stuck", "korvr27.ppd", "?status=paperout"},
+};
+
+class Spooler : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        cupsd = std::make_unique<PrivateCupsd>();
+        const std::string previews = cupsd->path("previews");
+        ASSERT_EQ(cupsd->run("install -d -m 1777 '" + previews + "'"), 0);
+        for (const Queue& queue : kQueues) {
+            const std::string uri = "korvo-virtual:" + previews + queue.status;
+            std::string output;
+            ASSERT_EQ(cupsd->run("lpadmin -p " + std::string(queue.name) + " -E -v '" + uri + "' -P '" +
+                                     builtPpd(queue.ppd) + "'",
+                                 &output),
+                      0)
+                << output;
+        }
+        writeFile(cupsd->path("picture.ps"), kPicture);
+        ASSERT_EQ(cupsd->run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd->path("picture.png") + "' '" +
+                             cupsd->path("picture.ps") + "'"),
+                  0);
+    }
+
+    static void TearDownTestSuite() { cupsd.reset(); }
+
+    // The filter run directly on the raster the CUPS chain makes of the
+    // document for that PPD and those options.
+    static FilterResult direct(const std::string& ppd, const std::string& document, const std::string& options)
+    {
+        TempDir dir;
+        std::string cupsfilterOptions;
+        std::istringstream words(options);
+        for (std::string word; words >> word;) {
+            cupsfilterOptions += " -o " + word;
+        }
+        const std::string raster = dir.file("page.ras");
+        EXPECT_EQ(cupsd->run("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster" +
+                             cupsfilterOptions + " '" + document + "' > '" + raster + "' 2>/dev/null"),
+                  0);
+        return runFilter({.options = options, .rasterFile = raster, .ppd = ppdWithModel(dir, ppd, "direct")});
+    }
+
+    static std::unique_ptr<PrivateCupsd> cupsd;
+};
+
+std::unique_ptr<PrivateCupsd> Spooler::cupsd;
+
+std::string withoutQueries(const std::string& words)
+{
+    std::string text = words;
+    for (size_t at = text.find("QUERY "); at != std::string::npos; at = text.find("QUERY ")) {
+        text.erase(at, 6);
+    }
+    return text;
+}
+
+// Each job completes, is counted page by page, and the virtual printer
+// receives what the filter makes of the same raster: the same pages, dot
+// for dot, and the same media actions, with the status queries between.
+TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
+{
+    struct Case {
+        const char* queue;
+        const char* ppd;
+        std::string document;
+        std::string options;
+        size_t rowBytes;  // the page size at the resolution asked for
+        size_t rows;
+    };
+    const Case cases[] = {
+        {"label", "korvr27.ppd", kTestPage, "Resolution=203dpi HalftoneType=Stucki Occurrence=EveryPage PostAction=Cut",
+         210, 2374},
+        {"label", "korvr27.ppd", cupsd->path("picture.png"), "PageSize=w288h432 PostAction=TearOff", 150, 1800},
+        {"stencil", "korvk5.ppd", kTestPage, "PageSize=Tattoo_A6 HalftoneType=Tattoo_Q6 AntiWrinkle=2", 155, 1748},
+        {"stencil", "korvk5.ppd", cupsd->path("picture.png"), "PageSize=Tattoo_A6 MirrorImage=True", 155, 1748},
+    };
+    for (const Case& c : cases) {
+        const int job = cupsd->submit(c.queue, c.document, c.options);
+        ASSERT_GT(job, 0) << cupsLastErrorString();
+        ASSERT_EQ(cupsd->waitForJob(job, 60), IPP_JSTATE_COMPLETED) << c.options;
+        FilterResult printed;
+        printed.out = readFile(cupsd->path("previews/" + std::to_string(job) + "/stream.bin"));
+        const FilterResult expected = direct(c.ppd, c.document, c.options);
+        ASSERT_FALSE(expected.pages().empty()) << c.options;
+        EXPECT_EQ(withoutQueries(printed.controlWords()), expected.controlWords()) << c.options;
+        EXPECT_EQ(countOf(printed.controlWords(), "QUERY"), 2 * expected.pages().size());
+        ASSERT_EQ(printed.pages().size(), expected.pages().size()) << c.options;
+        for (size_t i = 0; i < expected.pages().size(); ++i) {
+            EXPECT_EQ(printed.pages()[i].packed, expected.pages()[i].packed) << c.options << ", page " << i + 1;
+            EXPECT_EQ(printed.pages()[i].rowBytes, c.rowBytes) << c.options;
+            EXPECT_EQ(printed.pages()[i].rows, c.rows) << c.options;
+        }
+        EXPECT_EQ(cupsd->jobImpressions(job), int(expected.pages().size()));
+        EXPECT_EQ(countOf(readText(cupsd->path("log/page_log")), " " + std::to_string(job) + " "),
+                  expected.pages().size());
+    }
+}
+
+// Out of paper for three polls: the printer shows media-empty-warning while
+// it lasts, and no longer once the job is done.
+TEST_F(Spooler, PaperOutShowsInThePrinterStateAndClears)
+{
+    const int job = cupsd->submit("paperout", kTestPage, "");
+    ASSERT_GT(job, 0);
+    bool seen = false;
+    while (cupsd->jobState(job) < IPP_JSTATE_STOPPED) {
+        for (const std::string& reason : cupsd->printerReasons("paperout")) {
+            seen = seen || reason == "media-empty-warning";
+        }
+    }
+    EXPECT_TRUE(seen);
+    EXPECT_EQ(cupsd->waitForJob(job, 30), IPP_JSTATE_COMPLETED);
+    for (const std::string& reason : cupsd->printerReasons("paperout")) {
+        EXPECT_NE(reason, "media-empty-warning");
+    }
+}
+
+// A job waiting for paper that never comes ends promptly when cancelled.
+TEST_F(Spooler, CancelEndsARunningJob)
+{
+    const int job = cupsd->submit("stuck", kTestPage, "");
+    ASSERT_GT(job, 0);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < deadline &&
+           countOf(readText(cupsd->path("log/error_log")), "Paper out.") == 0) {
+    }
+    ASSERT_EQ(cupsd->jobState(job), IPP_JSTATE_PROCESSING);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(cupsd->run("cancel " + std::to_string(job)), 0);
+    EXPECT_EQ(cupsd->waitForJob(job, 10), IPP_JSTATE_CANCELED);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+}
+
+}  // namespace

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+// The filter under pressure: cancelled at any moment of a job, writing to a
+// slow pipe, a page that promises more than it brings, many jobs at once
+// and a long one.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "Job.h"
+#include "PrinterChannels.h"
+
+using namespace korvotest;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// Reads a pipe one byte at a time until its writer is gone.
+std::vector<uint8_t> readSlowly(int fd)
+{
+    std::vector<uint8_t> bytes;
+    uint8_t byte;
+    while (read(fd, &byte, 1) == 1) {
+        bytes.push_back(byte);
+    }
+    close(fd);
+    return bytes;
+}
+
+struct Pipe {
+    int fds[2] = {-1, -1};
+    Pipe() { EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0); }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+    ~Pipe()
+    {
+        for (int fd : fds) {
+            if (fd >= 0) {
+                close(fd);
+            }
+        }
+    }
+    int take(int end)
+    {
+        const int fd = fds[end];
+        fds[end] = -1;
+        return fd;
+    }
+};
+
+// Sends SIGTERM once the filter's messages hold the text, and measures how
+// long the filter takes to end after that.
+struct Cancel {
+    std::string after;
+    Clock::duration taken{};
+
+    void operator()(int pid, const std::string& messages)
+    {
+        while (countOf(readText(messages), after) == 0 && !hasExited(pid)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        const auto sent = Clock::now();
+        kill(pid, SIGTERM);
+        while (!hasExited(pid)) {
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+        taken = Clock::now() - sent;
+    }
+};
+
+// SIGTERM while the filter waits for raster data, writes a page to a
+// printer that takes one byte at a time, halftones a large stencil page, or
+// waits for a printer out of paper: the job ends at once with status 1, the
+// printer has received whole packets only, and no job end.
+TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
+{
+    TempDir dir;
+    const RasterPage photo = grayPage(2480, 3508, 300, photoShade(5));
+    writeRaster(dir.file("first.ras"), {uniformPage(64, 8, 203, 9)});
+    PrinterChannels paperOut([](int) { return PollAnswer{fullStatusReply(0x80000)}; });
+    struct Case {
+        const char* moment;
+        Job job;
+        std::string after;
+        bool rasterOnPipe = false;
+    };
+    Case cases[] = {
+        {"reading", {.rasterOnStdin = true}, "PAGE: 1 1", true},
+        {"writing to a printer that reads slowly",
+         {.pages = {photo, photo}, .options = "HalftoneType=None"},
+         "doPrintImage: Converted image size"},
+        {"halftoning",
+         {.ppd = "korvk5.ppd", .pages = {photo, photo, photo}, .options = "HalftoneType=Tattoo_Q6"},
+         "HALV dithering is enabled"},
+        {"waiting for paper",
+         {.model = "R27", .pages = {photo}, .run = {.pollIntervalMs = 5000, .printer = &paperOut}},
+         "INFO: Paper out."},
+    };
+    for (Case& c : cases) {
+        Pipe input;
+        Pipe output;
+        if (c.rasterOnPipe) {
+            // The first page, then nothing more: the filter waits for the rest.
+            const std::vector<uint8_t> first = readFile(dir.file("first.ras"));
+            ASSERT_EQ(write(input.fds[1], first.data(), first.size()), ssize_t(first.size()));
+            c.job.run.stdinFd = input.fds[0];
+        }
+        Cancel cancel{c.after};
+        c.job.run.whileRunning = std::ref(cancel);
+        c.job.run.stdoutFd = output.fds[1];
+        auto received = std::async(std::launch::async, readSlowly, output.take(0));
+        const FilterResult result = print(c.job);
+        close(output.take(1));  // the reader ends with the last writer
+        FilterResult stream;
+        stream.out = received.get();
+        EXPECT_EQ(result.exitStatus, 1) << c.moment;
+        EXPECT_LT(cancel.taken, std::chrono::milliseconds(100)) << c.moment;
+        EXPECT_EQ(stream.words().find("ERROR@"), std::string::npos) << c.moment << ": " << stream.words();
+        const std::string words = stream.words();
+        EXPECT_FALSE(words.ends_with("ROWS PC1 PC0 PC1") || words.ends_with("QUERY PC0 PC1"))
+            << c.moment << ": " << words;
+    }
+}
+
+// A pipe read one byte at a time gets every byte in order.
+TEST(Robustness, SlowPipeGetsTheWholeStream)
+{
+    Job job{.pages = {grayPage(600, 400, 203, photoShade(2)), grayPage(300, 200, 300, photoShade(3))},
+            .options = "Occurrence=EveryPage PostAction=Cut HalftoneType=Stucki"};
+    const FilterResult direct = print(job);
+    Pipe output;
+    job.run.stdoutFd = output.fds[1];
+    auto received = std::async(std::launch::async, readSlowly, output.take(0));
+    EXPECT_EQ(print(job).exitStatus, 0);
+    close(output.take(1));
+    EXPECT_EQ(received.get(), direct.out);
+}
+
+// A header that promises a page of 65536 x 65535 dots without its pixels
+// costs no memory; neither do the pages of a long job add up.
+TEST(Robustness, MemoryFollowsTheDataThatArrives)
+{
+    RasterPage promise = uniformPage(1, 1, 300, 0);
+    promise.header.cupsWidth = 65536;
+    promise.header.cupsBytesPerLine = 65536;
+    promise.header.cupsHeight = 65535;
+    promise.pixels.clear();
+    const FilterResult empty = print({.pages = {promise}});
+    EXPECT_EQ(empty.exitStatus, 0);
+    EXPECT_LT(empty.maxResidentKb, 64 * 1024);
+
+    const RasterPage page = grayPage(640, 480, 203, photoShade(1));
+    const FilterResult ten = print({.pages = {page}, .times = 10});
+    const FilterResult long200 = print({.pages = {page}, .times = 200});
+    EXPECT_EQ(long200.pages().size(), 200u);
+    EXPECT_LT(long200.maxResidentKb, ten.maxResidentKb + 4 * 1024);
+}
+
+// Eight jobs at once, each its own process, print what each prints alone;
+// no capture of one is written over by another.
+TEST(Robustness, SimultaneousJobsKeepToThemselves)
+{
+    TempDir captures;
+    std::vector<Job> jobs;
+    for (uint32_t i = 0; i < 8; ++i) {
+        jobs.push_back(
+            {.ppd = i % 2 ? "korvk5.ppd" : "korvr27.ppd",
+             .pages = {grayPage(400 + i, 300, 300, photoShade(i)), grayPage(200, 100 + i, 203, randomShade(i))},
+             .options = "HalftoneType=" + std::string(i % 2 ? "Tattoo" : "Sierra")});
+    }
+    std::vector<std::future<FilterResult>> together;
+    for (Job job : jobs) {
+        job.run.captureDir = captures.path();
+        together.push_back(std::async(std::launch::async, print, job));
+    }
+    for (size_t i = 0; i < jobs.size(); ++i) {
+        EXPECT_EQ(together[i].get().out, print(jobs[i]).out) << "job " << i;
+    }
+    // Every capture holds the header and the pixels of one page of one job
+    // (the pages' sizes tell them apart).
+    for (const std::string& name : filesIn(captures.path())) {
+        const std::vector<uint8_t> bmp = readFile(captures.file(name));
+        ASSERT_GE(bmp.size(), 1078u) << name;
+        const uint32_t width = bmp[18] | bmp[19] << 8;
+        const uint32_t height = bmp[22] | bmp[23] << 8;
+        EXPECT_EQ(bmp.size(), 1078u + size_t(width) * height) << name;
+        for (const Job& job : jobs) {
+            for (const RasterPage& page : job.pages) {
+                if (name.rfind("origin_", 0) == 0 && page.header.cupsWidth == width &&
+                    page.header.cupsHeight == height) {
+                    EXPECT_TRUE(std::equal(page.pixels.begin(), page.pixels.end(), bmp.begin() + 1078)) << name;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
