@@ -3,24 +3,17 @@
 
 #include <cstdio>
 
+#include "korvostream/StreamParser.h"
+
 namespace korvostream {
 
 namespace {
 
-constexpr uint8_t kHead = 0x64;
-constexpr uint8_t kTail = 0x9B;
-constexpr size_t kFraming = 10;
 constexpr int kRowsPerPacket = 4;
 
 uint16_t le16(const uint8_t* p)
 {
     return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-
-uint32_t le32(const uint8_t* p)
-{
-    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) | (static_cast<uint32_t>(p[2]) << 16) |
-           (static_cast<uint32_t>(p[3]) << 24);
 }
 
 std::string format(const char* fmt, unsigned a, unsigned b = 0)
@@ -51,51 +44,14 @@ size_t pageRowBytes(const Page& page, const std::vector<size_t>& payloads)
 
 Stream parseStream(const uint8_t* data, size_t size)
 {
+    StreamParser parser;
     Stream stream;
-    size_t pos = 0;
-    while (pos < size) {
-        if (data[pos] == 0) {
-            Item run;
-            run.offset = pos;
-            run.isNulRun = true;
-            while (pos < size && data[pos] == 0) {
-                ++pos;
-                ++run.nulCount;
-            }
-            stream.items.push_back(run);
-            continue;
-        }
-        if (data[pos] != kHead) {
-            stream.errors.push_back({pos, format("bad head byte 0x%02X", data[pos])});
-            return stream;
-        }
-        if (size - pos < 5) {
-            stream.errors.push_back({pos, "packet header past the end of the stream"});
-            return stream;
-        }
-        const size_t length = le16(data + pos + 3);
-        if (size - pos < kFraming + length) {
-            stream.errors.push_back(
-                {pos, format("payload length %u past the end of the stream", static_cast<unsigned>(length))});
-            return stream;
-        }
-        Item packet;
-        packet.offset = pos;
-        packet.command = data[pos + 1];
-        packet.subCommand = data[pos + 2];
-        packet.payload.assign(data + pos + 5, data + pos + 5 + length);
-        packet.reserved = le32(data + pos + 5 + length);
-        const uint8_t tail = data[pos + 9 + length];
-        if (packet.reserved != 0) {
-            stream.errors.push_back({pos + 5 + length, format("non-zero reserved word 0x%08X", packet.reserved)});
-            return stream;
-        }
-        if (tail != kTail) {
-            stream.errors.push_back({pos + 9 + length, format("bad tail byte 0x%02X", tail)});
-            return stream;
-        }
-        stream.items.push_back(std::move(packet));
-        pos += kFraming + length;
+    stream.items = parser.feed(data, size);
+    for (Item& item : parser.finish()) {
+        stream.items.push_back(std::move(item));
+    }
+    if (parser.error()) {
+        stream.errors.push_back(*parser.error());
     }
     return stream;
 }
@@ -153,18 +109,39 @@ std::string describePayload(const Item& item, size_t rowBytes)
     return hex.empty() ? std::string() : "payload=" + hex;
 }
 
+std::optional<Feed> feedOf(const Item& item)
+{
+    if (!item.is(Command::FeedPaper) || item.payload.size() != 3) {
+        return std::nullopt;
+    }
+    return Feed{item.payload[0], le16(item.payload.data() + 1)};
+}
+
+std::optional<Area> areaOf(const Item& item)
+{
+    if (!item.is(Command::PrintArea) || item.payload.size() != 4) {
+        return std::nullopt;
+    }
+    return Area{le16(item.payload.data()), le16(item.payload.data() + 2)};
+}
+
 std::vector<Page> collectPages(const Stream& stream)
 {
+    return collectPages(stream.items);
+}
+
+std::vector<Page> collectPages(const std::vector<Item>& items)
+{
     std::vector<Page> pages;
-    const std::vector<Item>& items = stream.items;
     for (size_t i = 0; i < items.size(); ++i) {
-        if (!items[i].is(Command::PrintArea) || items[i].payload.size() != 4) {
+        const std::optional<Area> area = areaOf(items[i]);
+        if (!area) {
             continue;
         }
         Page page;
         page.offset = items[i].offset;
-        page.areaOffset = le16(items[i].payload.data());
-        page.areaWidth = le16(items[i].payload.data() + 2);
+        page.areaOffset = area->offset;
+        page.areaWidth = area->width;
         std::vector<size_t> payloads;
         size_t j = i + 1;
         for (; j < items.size() && items[j].is(Command::ImageRows); ++j) {

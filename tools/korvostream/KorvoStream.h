@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,20 @@ struct Item {
 
     bool is(Command c) const { return !isNulRun && command == static_cast<uint8_t>(c); }
 };
+
+// A FeedPaper packet's mode and dot lines.
+struct Feed {
+    unsigned mode = 0;
+    unsigned lines = 0;
+};
+std::optional<Feed> feedOf(const Item& item);
+
+// A PrintArea packet's offset and width, in dots.
+struct Area {
+    unsigned offset = 0;
+    unsigned width = 0;
+};
+std::optional<Area> areaOf(const Item& item);
 
 struct FramingError {
     size_t offset = 0;
@@ -69,6 +84,7 @@ struct Page {
 };
 
 std::vector<Page> collectPages(const Stream& stream);
+std::vector<Page> collectPages(const std::vector<Item>& items);
 
 // The feed and media-action packets as short words, for comparing whole
 // sequences: "NUL*64", "PC0", "PC1", "DENSITY8", "FEED4,0", "CUT",

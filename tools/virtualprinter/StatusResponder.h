@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// Answers the filter's status queries on the spooler's back channel (fd 3)
+// as they are read, each with the next answer of the status script, which
+// reports a page printed once its image has arrived: the
+// 13-byte reply 64 FF 00 00 00 and the status word little-endian, padded
+// with NUL bytes to the reply size.
+#pragma once
+
+#include <cstddef>
+
+#include "korvostream/KorvoStream.h"
+#include "virtualprinter/StatusScript.h"
+
+namespace virtualprinter {
+
+class StatusResponder {
+public:
+    StatusResponder(StatusScript script, size_t replySize);
+
+    void see(const korvostream::Item& item);
+
+private:
+    void answer();
+
+    StatusScript script_;
+    size_t replySize_;
+    bool backChannelOpen_ = true;
+    bool pagePrinted_ = false;  // an image arrived that no answer has reported printed
+    unsigned long queries_ = 0;
+};
+
+}  // namespace virtualprinter
