@@ -168,6 +168,23 @@ std::vector<korvostream::Page> FilterResult::pages() const
     return korvostream::collectPages(korvostream::parseStream(out));
 }
 
+int runShell(const std::string& commandLine, std::string* output)
+{
+    FILE* pipe = popen(commandLine.c_str(), "r");
+    if (pipe == nullptr) {
+        return -1;
+    }
+    char buffer[4096];
+    size_t count = 0;
+    while ((count = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
+        if (output != nullptr) {
+            output->append(buffer, count);
+        }
+    }
+    const int status = pclose(pipe);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 bool hasExited(int pid)
 {
     siginfo_t info{};

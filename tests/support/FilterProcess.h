@@ -63,6 +63,10 @@ struct FilterResult {
 
 FilterResult runFilter(const FilterRun& run);
 
+// Runs a shell command line: its exit status (-1 when a signal ended it),
+// with what it wrote to its standard output in *output when given.
+int runShell(const std::string& commandLine, std::string* output = nullptr);
+
 // True once the child process has ended (it is left to be waited for).
 bool hasExited(int pid);
 

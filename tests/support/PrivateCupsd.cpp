@@ -26,20 +26,6 @@ std::string script(const std::string& command, const std::string& directory, con
            directory + "'";
 }
 
-std::string outputOf(const std::string& commandLine, int* status)
-{
-    std::string output;
-    FILE* pipe = popen(commandLine.c_str(), "r");
-    char buffer[4096];
-    size_t count = 0;
-    while (pipe != nullptr && (count = fread(buffer, 1, sizeof(buffer), pipe)) > 0) {
-        output.append(buffer, count);
-    }
-    const int raw = pipe != nullptr ? pclose(pipe) : -1;
-    *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return output;
-}
-
 // Starts cupsd in the foreground as a child that receives SIGTERM when
 // this process ends, however it ends.
 int startCupsd(const std::string& directory)
@@ -72,8 +58,7 @@ PrivateCupsd::PrivateCupsd()
     writeFile(filter, "#!/bin/sh\nexec '" + testFilter() + "' --capture-dir='" + captures + "' --geometry-log='" +
                           captures + "/geometry.log' \"$@\"\n");
     chmod(filter.c_str(), 0755);
-    int status = 0;
-    server_ = outputOf(script("setup", directory_, filter), &status);
+    const int status = runShell(script("setup", directory_, filter), &server_);
     while (!server_.empty() && server_.back() == '\n') {
         server_.pop_back();
     }
@@ -102,12 +87,7 @@ PrivateCupsd::~PrivateCupsd()
 
 int PrivateCupsd::run(const std::string& commandLine, std::string* output) const
 {
-    int status = 0;
-    const std::string text = outputOf("CUPS_SERVER=" + server_ + " " + commandLine + " 2>&1", &status);
-    if (output != nullptr) {
-        *output = text;
-    }
-    return status;
+    return runShell("(export CUPS_SERVER=" + server_ + "; " + commandLine + ") 2>&1", output);
 }
 
 int PrivateCupsd::submit(const std::string& queue, const std::string& file, const std::string& options) const
