@@ -1,7 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# Installs the Debian packages the project needs to build, test and run its
-# demo, when they are missing. Uses sudo when not run as root.
+# Installs the Debian packages the project needs to build and test, and
+# with --demo also what the demo prints, when they are missing. Uses sudo
+# when not run as root.
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,10 @@ packages=(
     libgtest-dev libgmock-dev
     cups cups-client cups-filters cups-ppdc ghostscript
 )
+
+if [ "${1:-}" = --demo ]; then
+    packages+=(python3-skimage)  # its sample photographs
+fi
 
 missing=()
 for package in "${packages[@]}"; do

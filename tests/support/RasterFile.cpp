@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-#include "korvoraster/GrayPageHeader.h"
+#include "GrayPageHeader.h"
 
 namespace korvotest {
 

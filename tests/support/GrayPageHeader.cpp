@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "korvoraster/GrayPageHeader.h"
+#include "GrayPageHeader.h"
 
 #include <cstring>
 
