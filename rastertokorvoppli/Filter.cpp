@@ -20,6 +20,7 @@
 #include "PageHeader.h"
 #include "RasterInput.h"
 #include "Settings.h"
+#include "SpoolerChannels.h"
 #include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
 #include "common/KorvoString.h"
@@ -153,8 +154,9 @@ void applyEnvironment(OndrelPrinter& printer, const FilterEnvironment& environme
 {
     printer.getOutputStreams().assign({environment.output});
     printer.setCaptureDirectory(environment.captureDirectory);
-    printer.setStatusPolling(StatusPolling{environment.statusPollLimit, environment.statusPollInterval,
-                                           SpoolerChannels(environment.backChannelFd, environment.sideChannelFd)});
+    printer.setStatusPolling(
+        StatusPolling{environment.statusPollLimit, environment.statusPollInterval,
+                      std::make_shared<SpoolerChannels>(environment.backChannelFd, environment.sideChannelFd)});
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <optional>
 
+#include <memory>
+
 #include "CommandPacket.h"
 #include "SpoolerChannels.h"
 #include "printer/KorvoPrinter.h"
@@ -28,11 +30,11 @@ constexpr long kStatusPaperOut = 0x80000;
 constexpr long kStatusCoverOpen = 0x10000;
 
 // How the status wait reaches the printer: at most pollLimit polls, interval
-// apart, over the spooler's channels.
+// apart, over the link (by default the spooler's channels on fds 3 and 4).
 struct StatusPolling {
     int pollLimit = 300;
     std::chrono::milliseconds interval{1000};
-    SpoolerChannels channels;
+    std::shared_ptr<PrinterLink> link = std::make_shared<SpoolerChannels>();
 };
 
 class OndrelPrinter : public KorvoPrinter {

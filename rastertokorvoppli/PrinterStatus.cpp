@@ -22,12 +22,12 @@ bool isStatusReply(const unsigned char* reply, long size)
 // Reads the printer's reply. The space left shrinks by the running total,
 // not by each read's count, so only a few reads are made. A complete status
 // reply ends the reading at once rather than after a read that times out.
-long readReply(const SpoolerChannels& channels, unsigned char* reply)
+long readReply(PrinterLink& link, unsigned char* reply)
 {
     long total = 0;
     long remaining = kReplySize;
     while (remaining > 0 && !(total >= kStatusReplySize && isStatusReply(reply, total))) {
-        const ssize_t count = channels.readBackChannel(reply + total, static_cast<size_t>(remaining), kChannelTimeout);
+        const ssize_t count = link.readBackChannel(reply + total, static_cast<size_t>(remaining), kChannelTimeout);
         fprintf(stderr, "DEBUG: cupsBackChannelRead bytes %d\n", static_cast<int>(count));
         if (count < 1) {
             break;
@@ -74,18 +74,18 @@ bool OndrelPrinter::isPolledModel() const
 // the reply. Gives the status word when the reply carried one.
 std::optional<long> OndrelPrinter::queryStatus()
 {
-    polling_.channels.dropStaleReplies();
+    polling_.link->dropStaleReplies();
     sendPacket(kCmdStatusQuery, kSubStatusQuery, nullptr, 0);
     for (FILE* stream : getOutputStreams()) {
         fflush(stream);
     }
 
-    const cups_sc_status_t drained = polling_.channels.drainOutput(kChannelTimeout);
+    const cups_sc_status_t drained = polling_.link->drainOutput(kChannelTimeout);
     fprintf(stderr, "DEBUG: cups_sc_status_t = %d\n", drained);
 
     unsigned char reply[kReplySize];
     memset(reply, 0, sizeof(reply));
-    const long total = drained == CUPS_SC_STATUS_OK ? readReply(polling_.channels, reply) : 0;
+    const long total = drained == CUPS_SC_STATUS_OK ? readReply(*polling_.link, reply) : 0;
     fprintf(stderr, "DEBUG: cupsBackChannelRead Printer Status Data %ld bytes - ", total);
     print_data_as_hex(reply, static_cast<size_t>(total));
 
@@ -104,6 +104,7 @@ bool OndrelPrinter::WaitForPrinterStatus(int mode)
     for (int poll = 0; poll < polling_.pollLimit && !korvoJobCancelled(); ++poll) {
         if (const std::optional<long> reply = queryStatus()) {
             const long status = *reply;
+            polling_.link->statusReported(status, mode);
             UpdatePrinterStatus(status);
             if (mode == kStatusReady && (status & kStatusReady) != 0 && (status & kStatusPaperOut) == 0) {
                 fprintf(stderr, "DEBUG: Exit WaitForPrinterReady: ready to print.\n");
@@ -113,7 +114,7 @@ bool OndrelPrinter::WaitForPrinterStatus(int mode)
                 return true;
             }
         }
-        polling_.channels.sleep(polling_.interval);
+        polling_.link->sleep(polling_.interval);
     }
     if (korvoJobCancelled()) {
         return false;

@@ -66,7 +66,7 @@ SpoolerChannels::SpoolerChannels(int backChannelFd, int sideChannelFd)
 {
 }
 
-cups_sc_status_t SpoolerChannels::drainOutput(double timeoutSeconds) const
+cups_sc_status_t SpoolerChannels::drainOutput(double timeoutSeconds)
 {
     const uint8_t request[kMessageHeader] = {CUPS_SC_CMD_DRAIN_OUTPUT, CUPS_SC_STATUS_NONE, 0, 0};
     if (!waitFor(sideChannelFd_, POLLOUT, timeoutSeconds)) {
@@ -87,7 +87,7 @@ cups_sc_status_t SpoolerChannels::drainOutput(double timeoutSeconds) const
     return command == CUPS_SC_CMD_DRAIN_OUTPUT ? status : CUPS_SC_STATUS_BAD_MESSAGE;
 }
 
-ssize_t SpoolerChannels::readBackChannel(unsigned char* buffer, size_t size, double timeoutSeconds) const
+ssize_t SpoolerChannels::readBackChannel(unsigned char* buffer, size_t size, double timeoutSeconds)
 {
     if (!waitFor(backChannelFd_, POLLIN, timeoutSeconds)) {
         return -1;
@@ -95,12 +95,12 @@ ssize_t SpoolerChannels::readBackChannel(unsigned char* buffer, size_t size, dou
     return readOnce(backChannelFd_, buffer, size);
 }
 
-void SpoolerChannels::sleep(std::chrono::milliseconds interval) const
+void SpoolerChannels::sleep(std::chrono::milliseconds interval)
 {
     waitFor(-1, 0, static_cast<double>(interval.count()) / 1000.0);
 }
 
-void SpoolerChannels::dropStaleReplies() const
+void SpoolerChannels::dropStaleReplies()
 {
     uint8_t command = 0;
     cups_sc_status_t status = CUPS_SC_STATUS_NONE;
