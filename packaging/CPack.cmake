@@ -9,13 +9,14 @@ install(FILES ${CMAKE_CURRENT_LIST_DIR}/printer-driver-korvo.conf DESTINATION ${
 # The licence, where Debian keeps it for every package.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/printer-driver-korvo)
 
-find_program(DPKG_EXECUTABLE dpkg)
-if(DPKG_EXECUTABLE)
+# The architecture of the machine the programs are built for: a cross
+# toolchain names it (KORVO_DEB_ARCHITECTURE), else dpkg tells this one's.
+if(KORVO_DEB_ARCHITECTURE)
+  set(korvo_deb_arch ${KORVO_DEB_ARCHITECTURE})
+else()
+  find_program(DPKG_EXECUTABLE dpkg REQUIRED)
   execute_process(COMMAND ${DPKG_EXECUTABLE} --print-architecture OUTPUT_VARIABLE korvo_deb_arch
                   OUTPUT_STRIP_TRAILING_WHITESPACE)
-endif()
-if(NOT korvo_deb_arch)
-  set(korvo_deb_arch amd64)
 endif()
 
 set(CPACK_GENERATOR DEB)

@@ -31,7 +31,7 @@ int korvoPpdGetChoiceAsIntDefault(ppd_file_t* ppd, const char* keyword, int def)
     return choice != nullptr ? atoi(choice->choice) : def;
 }
 
-char korvoPpdGetChoiceAsBoolDefault(ppd_file_t* ppd, const char* keyword, char def)
+signed char korvoPpdGetChoiceAsBoolDefault(ppd_file_t* ppd, const char* keyword, signed char def)
 {
     const ppd_choice_t* choice = korvoPpdGetChoice(ppd, keyword);
     if (choice == nullptr) {
@@ -44,7 +44,7 @@ char korvoPpdGetChoiceAsBoolDefault(ppd_file_t* ppd, const char* keyword, char d
     if (strcasecmp(text, "false") == 0 || strcasecmp(text, "no") == 0) {
         return 0;
     }
-    return static_cast<char>(static_cast<signed char>(atoi(text) & 0xFF));
+    return static_cast<signed char>(atoi(text) & 0xFF);
 }
 
 namespace {

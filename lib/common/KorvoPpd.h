@@ -12,6 +12,6 @@ const char* korvoPpdGetChoiceAsStrDefault(ppd_file_t* ppd, const char* keyword, 
 int korvoPpdGetChoiceAsIntDefault(ppd_file_t* ppd, const char* keyword, int def);
 // "true"/"yes" give 1, "false"/"no" give 0 (any case); other texts the low
 // eight bits of atoi as a signed char.
-char korvoPpdGetChoiceAsBoolDefault(ppd_file_t* ppd, const char* keyword, char def);
+signed char korvoPpdGetChoiceAsBoolDefault(ppd_file_t* ppd, const char* keyword, signed char def);
 const char* korvoPpdGetAttrAsStrDefault(ppd_file_t* ppd, const char* name, const char* spec, const char* def);
 double korvoPpdGetAttrAsFloatDefault(ppd_file_t* ppd, const char* name, const char* spec, double def);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
 #include "halv/halvDither.h"
 #include "printer/KorvoPrinter.h"
@@ -60,6 +61,9 @@ int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_
         pageImage_.IncreaseBpp(8);
         pimage = &pageImage_;
         korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Applied default dithering and increased bit depth");
+    }
+    if (korvoJobCancelled()) {
+        return 0;  // the halftoning stopped part way: nothing more to make of the page
     }
 
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: negativePrint_ %d", isNegativePrint() ? 1 : 0);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdlib>
 
+#include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
 #include "pipeline/BlankLines.h"
 #include "printer/KorvoPrinter.h"
@@ -65,7 +66,9 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
                         static_cast<int32_t>(height), result, resultSize);
             logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
-            printProcessedImage();
+            if (!korvoJobCancelled()) {
+                printProcessedImage();
+            }
         }
     }
 

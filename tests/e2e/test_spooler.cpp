@@ -127,7 +127,7 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
         ASSERT_GT(job, 0) << cupsLastErrorString();
         ASSERT_EQ(cupsd->waitForJob(job, 60), IPP_JSTATE_COMPLETED) << c.options;
         FilterResult printed;
-        printed.out = readFile(cupsd->path("previews/" + std::to_string(job) + "/stream.bin"));
+        printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
         const FilterResult expected = direct(c.ppd, c.document, c.options);
         ASSERT_FALSE(expected.pages().empty()) << c.options;
         EXPECT_EQ(withoutQueries(printed.controlWords()), expected.controlWords()) << c.options;
@@ -141,7 +141,7 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
             }
         }
         EXPECT_EQ(cupsd->jobImpressions(job), int(expected.pages().size()));
-        const std::string accounted = " " + std::to_string(job) + " [";
+        const std::string accounted = std::string(" ").append(std::to_string(job)).append(" [");
         const std::string pageLog = readText(cupsd->path("log/page_log"));
         EXPECT_NE(pageLog.find("total " + std::to_string(expected.pages().size()), pageLog.find(accounted)),
                   std::string::npos);
@@ -156,7 +156,7 @@ TEST_F(Spooler, PrintedDotsShowTheDocument)
     const int job = cupsd->submit("label", cupsd->path("document.pdf"), "HalftoneType=Ordered Resolution=203dpi");
     ASSERT_EQ(cupsd->waitForJob(job, 60), IPP_JSTATE_COMPLETED);
     FilterResult printed;
-    printed.out = readFile(cupsd->path("previews/" + std::to_string(job) + "/stream.bin"));
+    printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
     ASSERT_EQ(printed.pages().size(), 1u);
     const korvostream::Page page = printed.pages()[0];
     auto column = [](double points) { return size_t(points * 203 / 72); };

@@ -107,7 +107,7 @@ void placeChannels(const FilterRun& run)
     } else {
         setenv("PPD", run.ppd.c_str(), 1);
     }
-    const std::string binary = run.shipped ? shippedFilter() : testFilter();
+    const std::string binary = run.shipped ? shippedFilter() : (run.program.empty() ? testFilter() : run.program);
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(binary.c_str()));
     for (const std::string& arg : args) {

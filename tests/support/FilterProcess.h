@@ -20,6 +20,7 @@ struct FilterRun {
     // the spooler's directory, the status wait uses fds 3 and 4); otherwise
     // the test program with the environment below.
     bool shipped = false;
+    std::string program;  // another build of the test program (such as the host's), when given
     std::vector<std::string> args;  // argv[1..]; defaults to "1 user title 1 <options> [rasterFile]"
     std::string options;
     std::string rasterFile;  // argv[6] when non-empty and args is empty
