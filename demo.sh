@@ -97,4 +97,4 @@ echo "   media-empty-warning while the paper was out: $paper_out_seen"
 find /var/spool/cups/tmp -maxdepth 1 \( -name 'origin_*.bmp' -o -name 'dithered_*.bmp' \) \
     -newermt "@$started" -delete 2>/dev/null || true
 echo "== Done in $(($(date +%s) - started)) s after the build. Look at the pictures in demo-output/previews/;"
-echo "   build/tools/korvo-decode demo-output/previews/JOB/stream.bin lists what a printer received."
+echo "   build/tools/korvo-decode/korvo-decode demo-output/previews/JOB/stream.bin lists what a printer received."

@@ -20,7 +20,7 @@ dir=${2:?usage: private-cupsd.sh setup|start|stop DIR}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${KORVO_BUILD:-$root/build}
 filter=${KORVO_FILTER:-$build/rastertokorvoppli/rastertokorvoppli}
-backend=${KORVO_BACKEND:-$build/tools/korvo-virtual}
+backend=${KORVO_BACKEND:-$build/tools/korvo-virtual/korvo-virtual}
 
 free_port() {
     python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])'
