@@ -66,7 +66,7 @@ for target in "${targets[@]}"; do
     # shellcheck disable=SC2086
     nice -n 10 "$build/tests/fuzz/$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
         -close_fd_mask=3 -print_final_stats=1 -artifact_prefix="$work/artifacts/" ${KORVO_FUZZ_FLAGS:-} \
-        "$work/corpus" 2>&1 | tee "$work/log" | grep -vE "^#[0-9]+[[:space:]]+(NEW|REDUCE) |failed to allocate"
+        "$work/corpus" 2>&1 | tee "$work/log" | grep --line-buffered -vE "^#[0-9]+[[:space:]]+(NEW|REDUCE) |failed to allocate"
     status=${PIPESTATUS[0]}
     set -e
     reproducers=$(find "$work/artifacts" -type f | sort)

@@ -78,6 +78,19 @@ std::vector<Op> transforms()
     };
 }
 
+// Each dither method, -1 and 0 to 8, on a copy of the image: b takes a copy,
+// a is dithered and takes the copy back.
+std::vector<Op> everyDitherMethod()
+{
+    std::vector<Op> ops;
+    for (int64_t method = -1; method <= 8; ++method) {
+        ops.push_back(Op(ImageOp::Recreate));
+        ops.push_back(Op(ImageOp::Dither).with<int64_t>(method));
+        ops.push_back(Op(ImageOp::Transfer).with<uint8_t>(0));
+    }
+    return ops;
+}
+
 }  // namespace
 
 std::map<std::string, std::vector<uint8_t>> imageSeeds()
@@ -88,15 +101,12 @@ std::map<std::string, std::vector<uint8_t>> imageSeeds()
         const Shape shape{20, 12, depth, 0, 0};
         seeds[std::string("dib-transforms-") + depthNames[depth]] = program(shape, transforms());
         seeds[std::string("dib-dither-widen-") + depthNames[depth]] =
-            program(shape, {Op(ImageOp::Dither).with<int64_t>(depth * 2), Op(ImageOp::IncreaseBpp).with<uint32_t>(4),
-                            Op(ImageOp::IncreaseBpp).with<uint32_t>(8), Op(ImageOp::Dither).with<int64_t>(depth + 1),
+            program(shape, {Op(ImageOp::Dither).with<int64_t>(depth), Op(ImageOp::IncreaseBpp).with<uint32_t>(8),
+                            Op(ImageOp::Dither).with<int64_t>(depth + 5), Op(ImageOp::IncreaseBpp).with<uint32_t>(4),
+                            Op(ImageOp::IncreaseBpp).with<uint32_t>(8), Op(ImageOp::Dither).with<int64_t>(depth + 2),
                             Op(ImageOp::IncreaseBpp).with<uint32_t>(24)});
+        seeds[std::string("dib-dither-methods-") + depthNames[depth]] = program(shape, everyDitherMethod());
     }
-    seeds["dib-dither-methods"] =
-        program({17, 9, 2, 0, 0},
-                {Op(ImageOp::Recreate), Op(ImageOp::Dither).with<int64_t>(7), Op(ImageOp::Transfer).with<uint8_t>(0),
-                 Op(ImageOp::Dither).with<int64_t>(3), Op(ImageOp::Transfer).with<uint8_t>(0), Op(ImageOp::Recreate),
-                 Op(ImageOp::Dither).with<int64_t>(-1), Op(ImageOp::Transfer).with<uint8_t>(1)});
     seeds["dib-create-raw-bits"] =
         program({9, 5, 5, 2, 0}, {Op(ImageOp::SetPalette).with<uint8_t>(2), Op(ImageOp::Recreate).with<uint8_t>(1),
                                   Op(ImageOp::SetPalette).with<uint8_t>(16), Op(ImageOp::Transfer).with<uint8_t>(2),
