@@ -11,8 +11,6 @@
 # printing where the reproducer is. Environment:
 #   KORVO_FUZZ_BUILD  build directory (default build-fuzz)
 #   KORVO_FUZZ_FLAGS  more libFuzzer flags, e.g. "-jobs=2 -workers=2" or "-fork=1 -ignore_crashes=1"
-#   KORVO_FUZZ_SKIP_KNOWN=1  fuzz_filter skips inputs of the reported, unfixed
-#                     findings (tests/fuzz/KnownFindings.h), to look past them
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)

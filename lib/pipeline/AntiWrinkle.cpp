@@ -67,6 +67,19 @@ void fillRectangle(DibImage& image, FrameCursor& cursor, int32_t left, int32_t t
     cursor.row = height > 0 ? top + height : top;
 }
 
+// The largest canvas of these printers is under 2600 x 3300 dots (300 dpi,
+// level 5). A header's resolution can make a canvas millions of dots across
+// (a label printer's level of -1 wraps the side lines round, and resolutions
+// far beyond the printers' own scale every canvas up): an enlargement past
+// this many dots a side is refused like one the memory cannot hold.
+constexpr uint64_t kMaxFramedDots = 4096;
+
+bool withinFramedSize(const DibImage& image, int32_t ex, int32_t ey)
+{
+    return uint64_t{image.GetWidth()} + 2 * uint64_t(ex) <= kMaxFramedDots &&
+           uint64_t{image.GetHeight()} + 2 * uint64_t(ey) <= kMaxFramedDots;
+}
+
 }  // namespace
 
 void KorvoPrinter::EnableAntiWrink(DibImage& image)
@@ -102,7 +115,7 @@ void KorvoPrinter::EnableAntiWrink(DibImage& image)
     }
     if (ex != 0 || ey != 0) {
         const RGBQUAD white = {255, 255, 255, 0};
-        if (!image.Expand(ex, ey, ex, ey, white)) {
+        if (!withinFramedSize(image, ex, ey) || !image.Expand(ex, ey, ex, ey, white)) {
             korvoLogCommon(KORVO_LOG_DEBUG, "EnableAntiWrink: Failed to expand image, returning.");
             return;
         }

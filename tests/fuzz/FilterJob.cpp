@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FilterJob.h"
 
-#include <sstream>
-#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -69,42 +67,6 @@ FilterJob decodeFilterJob(FuzzBytes& bytes, const std::string& ppdDirectory)
         }
         const std::string& value = option.values[choice];
         job.options += (job.options.empty() ? "" : " ") + option.name + "=" + value;
-        if (option.name == "AntiWrinkle" && value != "0" && job.stencil) {
-            job.framed = true;
-        }
     }
     return job;
-}
-
-std::string encodeFilterJob(const std::string& ppdFile, const std::string& choices)
-{
-    size_t ppd = 0;
-    while (ppd < std::size(kPpdFiles) && ppdFile != kPpdFiles[ppd]) {
-        ++ppd;
-    }
-    if (ppd == std::size(kPpdFiles)) {
-        throw std::invalid_argument("unknown PPD " + ppdFile);
-    }
-    std::string bytes(1, static_cast<char>(ppd));
-    for (const Option& option : options()) {
-        bytes += static_cast<char>(option.values.size());
-    }
-    std::istringstream words(choices);
-    std::string word;
-    while (words >> word) {
-        bool known = false;
-        for (size_t o = 0; o < options().size(); ++o) {
-            const Option& option = options()[o];
-            for (size_t v = 0; v < option.values.size(); ++v) {
-                if (word == option.name + "=" + option.values[v]) {
-                    bytes[1 + o] = static_cast<char>(v);
-                    known = true;
-                }
-            }
-        }
-        if (!known) {
-            throw std::invalid_argument("unknown choice " + word);
-        }
-    }
-    return bytes;
 }

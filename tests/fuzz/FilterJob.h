@@ -15,12 +15,8 @@ struct FilterJob {
     std::string ppdPath;
     std::string options;   // "Name=Value Name=Value ..."
     bool stencil = false;  // the K5 or the Q6 PPD
-    bool framed = false;   // a stencil PPD with AntiWrinkle 1 to 5
 };
 
 // Reads kFilterJobBytes bytes.
 FilterJob decodeFilterJob(FuzzBytes& bytes, const std::string& ppdDirectory);
 
-// The selector bytes that ask for this PPD and these choices, for the seed
-// corpus. Each choice is "Name=Value"; a name not given takes the default.
-std::string encodeFilterJob(const std::string& ppdFile, const std::string& options);

@@ -62,9 +62,7 @@ std::vector<cups_page_header2_t> pageHeaders(const uint8_t* data, size_t size)
     return headers;
 }
 
-bool withinLimits(const std::vector<cups_page_header2_t>& headers, bool framed)
+bool withinLimits(const std::vector<cups_page_header2_t>& headers)
 {
-    return headers.size() <= kMaxPages && std::all_of(headers.begin(), headers.end(), [framed](const auto& header) {
-               return sizeWithinLimits(header) && (!framed || header.HWResolution[0] <= kMaxFramedDpi);
-           });
+    return headers.size() <= kMaxPages && std::all_of(headers.begin(), headers.end(), sizeWithinLimits);
 }

@@ -8,10 +8,6 @@
 //   (cupsWidth, cupsHeight, cupsBytesPerLine): the page buffer, the images of
 //   the pipeline and the two captures grow with the page, the work with the
 //   pages.
-// - In a job with the anti-wrinkle frame (stencil PPD, AntiWrinkle 1 to 5),
-//   at most 300 dpi across (HWResolution[0], the printers' highest): the frame
-//   canvas grows with the square of the resolution whatever the page (A4 at
-//   300 dpi is 2480 x 3272 dots, at 3000 dpi 248 times as many).
 //
 // Every page libcups reads from the stream counts, also those after a page
 // the filter stops at: the limits do not depend on the filter's own checks.
@@ -25,10 +21,9 @@
 
 constexpr unsigned kMaxPages = 4;
 constexpr unsigned kMaxPageSide = 1024;
-constexpr unsigned kMaxFramedDpi = 300;
 
 // The page headers libcups reads from the stream, at most kMaxPages + 1;
 // reading stops after a page over the size limits, whose pixels are not read.
 std::vector<cups_page_header2_t> pageHeaders(const uint8_t* data, size_t size);
 
-bool withinLimits(const std::vector<cups_page_header2_t>& headers, bool framed);
+bool withinLimits(const std::vector<cups_page_header2_t>& headers);

@@ -2,8 +2,7 @@
 // fuzz_filter: whole jobs through runFilter, in process. An input is the job
 // (FilterJob.h: PPD and options) followed by the raster stream, which the
 // filter reads as its file argument from an in-memory file. Inputs beyond
-// the limits of RasterLimits.h are skipped, and so are those of known
-// findings when asked to (KnownFindings.h).
+// the limits of RasterLimits.h are skipped.
 //
 // The printer stream goes to /dev/null, the status wait is off (no polls,
 // no channels), captures and the geometry log go to a private directory
@@ -22,7 +21,6 @@
 #include "CaptureCheck.h"
 #include "Filter.h"
 #include "FilterJob.h"
-#include "KnownFindings.h"
 #include "RasterLimits.h"
 #include "ScratchDirectory.h"
 
@@ -87,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzBytes bytes(data, size);
     const FilterJob job = decodeFilterJob(bytes, KORVO_FUZZ_PPD_DIR);
     const std::vector<cups_page_header2_t> headers = pageHeaders(bytes.rest(), bytes.restSize());
-    if (!withinLimits(headers, job.framed) || skipsKnownFinding(job.stencil, headers)) {
+    if (!withinLimits(headers)) {
         return 0;
     }
     static FilterFixture fixture;

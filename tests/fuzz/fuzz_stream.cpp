@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // fuzz_stream: the printer stream decoder on arbitrary bytes, as korvo-decode
-// uses it: parse, describe every packet, summarise, collect the pages, read
-// every dot and write each page as a PNG (to /dev/null). Besides the
+// uses it: parse, describe every packet, summarise, guess the resolution,
+// collect the pages, read every dot and draw each page as laid out on the
+// paper, as a PNG (to /dev/null). Besides the
 // sanitizers, it checks that the items account for the bytes they cover and that the
 // dots of a page are the set bits of its rows.
 #include <cstdlib>
 
 #include "korvostream/KorvoStream.h"
-#include "korvostream/PagePng.h"
+#include "korvostream/Resolution.h"
+#include "korvostream/Sheet.h"
+#include "korvostream/SheetPng.h"
 
 namespace {
 
@@ -65,7 +68,13 @@ void drawPages(const korvostream::Stream& stream)
         if (dots != bits) {
             abort();
         }
-        korvostream::writePagePng(page, "/dev/null");
+    }
+    korvostream::ResolutionGuess guess;
+    for (const Item& item : stream.items) {
+        guess.see(item);
+    }
+    for (const korvostream::PageItems& items : korvostream::splitPages(stream.items)) {
+        korvostream::writeSheetPng(korvostream::layOutSheet(items, guess.resolution()), "/dev/null");
     }
 }
 
