@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "PixelRows.h"
+#include "common/PageMemory.h"
 
 using dibimage_detail::normaliseBpp;
 using dibimage_detail::rowGetIndex;
@@ -23,6 +24,9 @@ constexpr char kErrNoMemory[] = "DibImage::Create can't allocate memory";
 // Beyond this squared distance a palette entry is never taken as "nearest"
 // (it is above the largest possible distance, 3 * 255 * 255, anyway).
 constexpr long kNearestLimit = 200000;
+
+// CreateFromArray reports its progress every this many rows.
+constexpr uint32_t kRowsPerReport = 64;
 
 }  // namespace
 
@@ -75,8 +79,12 @@ void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint3
         return nullptr;
     }
 
-    // calloc: palette and every row byte, padding included, start at zero.
-    void* block = std::calloc(1, static_cast<size_t>(total));
+    // Palette and every row byte, padding included, start at zero. A page
+    // comes from page memory, so that its first writes are cheap and the next
+    // image of the page can take over its memory.
+    const bool pageSized = total >= kPageMemoryMinimum;
+    void* block =
+        pageSized ? pageMemoryAcquire(static_cast<size_t>(total), true) : std::calloc(1, static_cast<size_t>(total));
     if (!block) {
         setLastError(kErrNoMemory);
         return nullptr;
@@ -95,6 +103,7 @@ void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint3
     head_.biClrImportant = 0;
 
     block_ = block;
+    info_.pageMemory = pageSized;
     std::memcpy(block_, &head_, kHeaderSize);
     info_.effWidth = static_cast<uint32_t>(effWidth);
     info_.type = type;
@@ -105,7 +114,7 @@ void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint3
 }
 
 bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bitCount,
-                               uint32_t bytesPerLine, bool flip)
+                               uint32_t bytesPerLine, bool flip, const std::function<void(uint32_t)>& copied)
 {
     if (!array) {
         return false;
@@ -133,6 +142,9 @@ bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t he
         } else {
             std::memcpy(dst, src, stride < bytesPerLine ? stride : bytesPerLine);
         }
+        if (copied && ((y + 1) % kRowsPerReport == 0 || y + 1 == height)) {
+            copied(y + 1);
+        }
     }
     return true;
 }
@@ -140,7 +152,11 @@ bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t he
 bool DibImage::Destroy()
 {
     if (block_) {
-        std::free(block_);
+        if (info_.pageMemory) {
+            pageMemoryRelease(block_);
+        } else {
+            std::free(block_);
+        }
         block_ = nullptr;
     }
     // An empty image reports zero sizes; the rest of the information block
