@@ -61,16 +61,16 @@ void tattooRows(const uint8_t* gray, int w, int h, const TattooSettings& setting
                                      return static_cast<const uint8_t*>(scratch);
                                  });
     const halv_detail::WeightedTable table(weight);
-    std::vector<uint8_t> sharp(ws);
-    halv_detail::EdfRows errors(w);
-    const float threshold = static_cast<float>(t);
-    for (int y = 0; y < h && !korvoJobCancelled(); ++y) {
-        const uint8_t* blurred = blur.next();
-        halv_detail::addWeightedRow(blur.source(y), blurred, ws, table, sharp.data());
-        uint8_t* row = out + static_cast<size_t>(y) * outStride;
-        halv_detail::edfRow(sharp.data(), y > 0 ? row - outStride : nullptr, row, errors.current(), errors.next(), w,
-                            y >= 1 && y < h - 1, threshold);
-        errors.advance();
+    std::vector<uint8_t> sharp(2 * ws);
+    halv_detail::EdfStream diffusion(w, h, static_cast<float>(t), out, outStride);
+    for (int y = 0; y < h && !korvoJobCancelled(); y += 2) {
+        const int rows = std::min(2, h - y);
+        for (int r = 0; r < rows; ++r) {
+            const uint8_t* blurred = blur.next();
+            halv_detail::addWeightedRow(blur.source(y + r), blurred, ws, table,
+                                        sharp.data() + static_cast<size_t>(r) * ws);
+        }
+        diffusion.rows(sharp.data(), ws, rows);
     }
 }
 
@@ -154,16 +154,10 @@ HalvImage edf_cus(const HalvImage& src, int threshold)
     if (halv_detail::pixelCount(src) == 0) {
         return out;
     }
-    const int w = src.width;
-    const int h = src.height;
-    const size_t ws = static_cast<size_t>(w);
-    const float t = static_cast<float>(threshold);
-    halv_detail::EdfRows errors(w);
-    for (int y = 0; y < h; ++y) {
-        const size_t off = static_cast<size_t>(y) * ws;
-        halv_detail::edfRow(src.data + off, y > 0 ? out.data + off - ws : nullptr, out.data + off, errors.current(),
-                            errors.next(), w, y >= 1 && y < h - 1, t);
-        errors.advance();
+    const size_t ws = static_cast<size_t>(src.width);
+    halv_detail::EdfStream diffusion(src.width, src.height, static_cast<float>(threshold), out.data, ws);
+    for (int y = 0; y < src.height; y += 2) {
+        diffusion.rows(src.data + static_cast<size_t>(y) * ws, ws, std::min(2, src.height - y));
     }
     return out;
 }

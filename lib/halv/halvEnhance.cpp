@@ -76,10 +76,10 @@ HalvImage convolve1D(const HalvImage& src, const double* kernel, int size, bool 
     const size_t ws = static_cast<size_t>(w);
     if (horizontal) {
         std::vector<double> pad(ws + static_cast<size_t>(taps.count));
-        std::vector<double> acc(ws);
+        std::vector<const double*> rows(static_cast<size_t>(taps.count));
         for (int y = 0; y < h; ++y) {
             const size_t off = static_cast<size_t>(y) * ws;
-            halv_detail::hblurRow(src.data + off, w, taps, pad.data(), acc.data(), out.data + off);
+            halv_detail::hblurRow(src.data + off, w, taps, pad.data(), rows.data(), out.data + off);
         }
         return out;
     }
