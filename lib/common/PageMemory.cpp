@@ -30,10 +30,26 @@ Pool& pool()
     return instance;
 }
 
+// Fits a block to a request of `bytes`: only the whole huge pages within it
+// take huge pages, so that a partly used last one does not commit 2 MiB, and
+// memory past the request goes back to the system.
+void fitBlock(const Block& block, size_t bytes)
+{
+    const size_t whole = bytes / kHugePage * kHugePage;
+    const size_t used = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    if (whole > 0) {
+        madvise(block.data, whole, MADV_HUGEPAGE);
+    }
+    if (whole < block.capacity) {
+        madvise(block.data + whole, block.capacity - whole, MADV_NOHUGEPAGE);
+    }
+    if (used < block.capacity) {
+        madvise(block.data + used, block.capacity - used, MADV_DONTNEED);
+    }
+}
+
 // A block on a huge page boundary: one huge page more than needed is mapped
-// and what lies outside the aligned block given back. Only the whole huge
-// pages within `bytes` take huge pages, so that a partly used last one does
-// not commit 2 MiB.
+// and what lies outside the aligned block given back.
 Block mapBlock(size_t bytes)
 {
     const size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
@@ -52,11 +68,9 @@ Block mapBlock(size_t bytes)
         munmap(start, static_cast<size_t>(aligned - start));
     }
     munmap(aligned + rounded, kHugePage - static_cast<size_t>(aligned - start));
-    const size_t whole = bytes / kHugePage * kHugePage;
-    if (whole > 0) {
-        madvise(aligned, whole, MADV_HUGEPAGE);
-    }
-    return {aligned, rounded};
+    const Block block{aligned, rounded};
+    fitBlock(block, bytes);
+    return block;
 }
 
 void unmapBlock(Block& block)
@@ -74,15 +88,19 @@ void* pageMemoryAcquire(size_t bytes, bool zeroed)
     Pool& p = pool();
     std::lock_guard<std::mutex> guard(p.lock);
     Block block;
-    if (p.kept.data != nullptr && p.kept.capacity >= bytes) {
+    if (p.kept.capacity >= bytes && p.kept.capacity / 4 <= bytes) {
         block = p.kept;
         p.kept = {};
+        fitBlock(block, bytes);
         if (zeroed) {
             memset(block.data, 0, bytes);
         }
     } else {
-        // A kept block too small for this request is memory no one can use.
-        unmapBlock(p.kept);
+        // A kept block too small for this request is memory no one can use;
+        // one far larger stays for a request of its size.
+        if (p.kept.capacity < bytes) {
+            unmapBlock(p.kept);
+        }
         block = mapBlock(bytes);
         if (block.data == nullptr) {
             return nullptr;
@@ -105,10 +123,6 @@ void pageMemoryRelease(void* data)
         }
         Block block = p.live[i];
         p.live.erase(p.live.begin() + static_cast<long>(i));
-        if (p.kept.capacity > block.capacity) {
-            unmapBlock(block);
-            return;
-        }
         unmapBlock(p.kept);
         p.kept = block;
         return;

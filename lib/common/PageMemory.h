@@ -5,11 +5,11 @@
 // A block is address space on a 2 MiB boundary whose whole 2 MiB pages are
 // advised to use huge pages, so that writing a fresh block costs one page
 // fault per 2 MiB instead of one per 4 KiB; memory is committed only as the
-// block is written. One released block, the largest, is kept for the next
-// request it can serve: the next image of a page, or the next page, then
-// reuses memory that is already committed (no faults, no zeroing by the
-// system) instead of growing; any other released block goes back to the
-// system at once.
+// block is written. The block released last is kept for the next request it
+// can serve (one of at least a quarter of its size): the next image of a
+// page, or the next page, then reuses memory that is already committed (no
+// faults, no zeroing by the system) instead of growing; the block kept before
+// goes back to the system.
 #pragma once
 
 #include <cstddef>

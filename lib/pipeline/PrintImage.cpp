@@ -96,6 +96,9 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
                        static_cast<void*>(result));
         freeResult(result, 2 * size);
     }
+    // The page is printed: the memory of its images serves the next page.
+    pageImage_.Destroy();
+    halftoneImage_.Destroy();
     korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Image processing completed");
 }
 
