@@ -101,9 +101,9 @@ void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page
     if (bNeedGoBack != 0 || strcmp(settings.PaperType, "LabelMark") == 0) {
         printer.FeedPaper(4, 0);
     }
-    printer.setRowsTakenOver([&page](size_t bytes) { page.takenOver(bytes); });
+    printer.setPageRows(&page);
     printer.printImage(page.data(), header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
-    printer.setRowsTakenOver(nullptr);
+    printer.setPageRows(nullptr);
     if (korvoJobCancelled()) {
         return;
     }

@@ -2,6 +2,7 @@
 #include "PageBuffer.h"
 
 #include "common/PageMemory.h"
+#include "dibimage/DibImage.h"
 
 PageBuffer::~PageBuffer()
 {
@@ -10,27 +11,39 @@ PageBuffer::~PageBuffer()
 
 bool PageBuffer::reserve(size_t bytes)
 {
-    if (bytes <= size_ && data_ != nullptr) {
+    if (bytes <= size_ && block_ != nullptr) {
         return true;
     }
     release();
-    data_ = static_cast<unsigned char*>(pageMemoryAcquire(bytes, false));
-    size_ = data_ != nullptr ? bytes : 0;
-    return data_ != nullptr;
+    const size_t offset = DibImage::kGrayRowsOffset;
+    block_ = bytes + offset > bytes ? static_cast<unsigned char*>(pageMemoryAcquire(bytes + offset, false)) : nullptr;
+    data_ = block_ != nullptr ? block_ + offset : nullptr;
+    size_ = block_ != nullptr ? bytes : 0;
+    return block_ != nullptr;
 }
 
-void PageBuffer::takenOver(size_t bytes)
+void* PageBuffer::handOverBlock()
+{
+    void* block = block_;
+    block_ = nullptr;
+    data_ = nullptr;
+    size_ = 0;
+    return block;
+}
+
+void PageBuffer::copiedUpTo(size_t bytes)
 {
     if (bytes >= size_) {
         release();
     } else {
-        pageMemoryDiscard(data_, bytes);
+        pageMemoryDiscard(block_, DibImage::kGrayRowsOffset + bytes);
     }
 }
 
 void PageBuffer::release()
 {
-    pageMemoryRelease(data_);
+    pageMemoryRelease(block_);
+    block_ = nullptr;
     data_ = nullptr;
     size_ = 0;
 }

@@ -51,6 +51,16 @@ public:
     bool CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bitCount,
                          uint32_t bytesPerLine, bool flip, const std::function<void(uint32_t)>& copied = {});
     bool Destroy();
+    // Where the rows of an 8-bit gray image start in its block.
+    static constexpr size_t kGrayRowsOffset = 40 + 256 * 4;
+    // Whether rows `bytesPerLine` bytes apart are laid out as an 8-bit gray
+    // image of that size keeps its rows (no copy needed).
+    static bool CanAdoptGrayRows(uint32_t width, uint32_t height, uint32_t bytesPerLine);
+    // Becomes that 8-bit gray image, taking over a block of page memory whose
+    // rows (from kGrayRowsOffset on) are the image's, as CanAdoptGrayRows
+    // allows: the same image CreateFromArray would make of them, without the
+    // copy. The block is the image's from then on.
+    void AdoptGrayRows(void* block, uint32_t width, uint32_t height);
     bool Transfer(DibImage& from, bool transferFrames = true);
     void CopyInfo(const DibImage& from);
 
@@ -109,6 +119,9 @@ private:
     };
 
     void setLastError(const char* text);
+    // Makes the block this image's, as an image of that size and depth (one
+    // Create accepts).
+    void takeBlock(void* block, bool pageMemory, uint32_t width, uint32_t height, unsigned bpp, uint32_t type);
     // An empty image of the given size and depth with this image's
     // information block and palette, to be filled and transferred back.
     bool createReplacement(DibImage& replacement, uint32_t width, uint32_t height, uint32_t bitCount) const;

@@ -22,16 +22,7 @@ int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_
     setUseHalvDithering(useTattoo);
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: HALV dithering is %s", useTattoo ? "enabled" : "disabled");
 
-    // The page is handed back as it is copied, so that it and its copy are
-    // never both whole in memory.
-    std::function<void(uint32_t)> copied;
-    if (rowsTakenOver_) {
-        copied = [this, stride](uint32_t copiedRows) {
-            rowsTakenOver_(size_t{copiedRows} * static_cast<uint32_t>(stride));
-        };
-    }
-    if (!pageImage_.CreateFromArray(rows, static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8,
-                                    static_cast<uint32_t>(stride), false, copied)) {
+    if (!loadPage(rows, stride, width, height)) {
         korvoLogCommon(KORVO_LOG_CRIT, "dibimage.CreateFromArray with grey failed!");
         // The image pimage pointed at may already hold an earlier page's
         // packed rows: never print it again.
@@ -86,6 +77,28 @@ int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_
     const int32_t length = static_cast<int32_t>(static_cast<uint32_t>(height) * static_cast<uint32_t>(finalStride));
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
     return length;
+}
+
+// The page image: the rows' own block when they are laid out as the image
+// keeps them, otherwise a copy, the rows handed back as they are copied so
+// that the page and its copy are never both whole in memory.
+bool KorvoPrinter::loadPage(const unsigned char* rows, int32_t stride, int32_t width, int32_t height)
+{
+    const auto w = static_cast<uint32_t>(width);
+    const auto h = static_cast<uint32_t>(height);
+    const auto bytesPerLine = static_cast<uint32_t>(stride);
+    if (pageRows_ == nullptr) {
+        return pageImage_.CreateFromArray(rows, w, h, 8, bytesPerLine, false);
+    }
+    if (DibImage::CanAdoptGrayRows(w, h, bytesPerLine)) {
+        if (void* block = pageRows_->handOverBlock()) {
+            pageImage_.AdoptGrayRows(block, w, h);
+            return true;
+        }
+    }
+    return pageImage_.CreateFromArray(rows, w, h, 8, bytesPerLine, false, [this, bytesPerLine](uint32_t copied) {
+        pageRows_->copiedUpTo(size_t{copied} * bytesPerLine);
+    });
 }
 
 // Halftones the page image with the tattoo toolkit into the halftone image.

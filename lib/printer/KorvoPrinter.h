@@ -12,12 +12,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <functional>
 #include <list>
 #include <string>
 
 #include "common/DitherType.h"
 #include "dibimage/DibImage.h"
+#include "printer/PageRows.h"
 
 class KorvoPrinter {
 public:
@@ -81,10 +81,10 @@ public:
     int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
                     unsigned char* out);
     void EnableAntiWrink(DibImage& image);
-    // Called while PageProcess takes the page's rows into its own image, with
-    // the number of bytes from the start of the rows it has taken so far:
-    // printImage reads them no more, and their memory may be given back.
-    void setRowsTakenOver(std::function<void(size_t)> callback) { rowsTakenOver_ = std::move(callback); }
+    // The memory of the rows the next printImage calls are given, which
+    // PageProcess may take over or have given back as it copies them (not
+    // owned; null when the rows are only to be read).
+    void setPageRows(PageRows* rows) { pageRows_ = rows; }
     void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height, unsigned long width,
                    unsigned short bitsPerPixel);
 
@@ -109,6 +109,7 @@ protected:
 
 private:
     void copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride);
+    bool loadPage(const unsigned char* rows, int32_t stride, int32_t width, int32_t height);
     bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height, unsigned char* out);
     void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width, size_t top,
                            size_t bottom);
@@ -119,7 +120,7 @@ private:
     char capturePathTemplate_[1024];
     std::string captureDirectory_ = "/var/spool/cups/tmp";
     std::list<FILE*> outputStreams_;
-    std::function<void(size_t)> rowsTakenOver_;
+    PageRows* pageRows_ = nullptr;
     cups_page_header2_s* pageHdr_ = nullptr;
     int maxMediaWidth_ = 0;
     long printWidth_ = 0;
