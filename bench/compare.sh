@@ -87,21 +87,35 @@ filter_run() {
 
 pil='import sys; from PIL import Image; Image.open(sys.argv[1]).convert("1").save("/dev/null", "PPM")'
 
+# both PAGE TYPE [RASTER]: the filter and the baseline, if any, on the same
+# job, in turns: which one goes first changes from run to run, since a job
+# that writes its captures just after another's were deleted finds memory
+# the system has at hand, and one after a pause does not.
+both() {
+    if [ -z "$baseline" ]; then
+        filter_run "$filter" filter "$@"
+    elif [ $((run % 2)) -eq 0 ]; then
+        filter_run "$filter" filter "$@"
+        filter_run "$baseline" baseline "$@"
+    else
+        filter_run "$baseline" baseline "$@"
+        filter_run "$filter" filter "$@"
+    fi
+}
+
 echo "Load before: $(uptime)"
 for run in $(seq "$runs"); do
     for page in "${pages[@]}"; do
         pgm=$work/pages/$page.pgm
         for type in "${types[@]}"; do
-            filter_run "$filter" filter "$page" "$type"
-            [ -n "$baseline" ] && filter_run "$baseline" baseline "$page" "$type"
+            both "$page" "$type"
         done
         measure "threshold:$page" pamditherbw -threshold "$pgm"
         measure "fs:$page" pamditherbw -fs "$pgm"
         measure "pillow:$page" /usr/bin/python3 -c "$pil" "$pgm"
         measure "gm:$page" gm convert "$pgm" -unsharp 5x3+3+0 -monochrome pbm:-
     done
-    filter_run "$filter" filter photo-300-x20 None "$work/pages/photo-300-x20.ras"
-    [ -n "$baseline" ] && filter_run "$baseline" baseline photo-300-x20 None "$work/pages/photo-300-x20.ras"
+    both photo-300-x20 None "$work/pages/photo-300-x20.ras"
     echo "run $run of $runs done" >&2
 done
 echo "Load after: $(uptime)"

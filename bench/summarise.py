@@ -80,7 +80,8 @@ def main():
     job = "filter:photo-300-x20:None"
     one = f"filter:{page}:None"
     budget("20-page job / one page (None)", median[job] / median[one], 18)
-    budget("20-page job peak memory / one page's (None)", peak[job] / peak[one], 1.0)
+    # Within 1 %: peak resident memory varies by a few pages from run to run.
+    budget("20-page job peak memory / one page's (None)", peak[job] / peak[one], 1.01)
     if f"baseline:{job.split(':', 1)[1]}" in median:
         before = f"baseline:{job.split(':', 1)[1]}"
         print(f"  (before: 20-page job {median[before]:.0f} ms, {peak[before] * 1024 / px:.2f} B/px of one page)")
