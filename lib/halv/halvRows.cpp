@@ -72,7 +72,7 @@ inline uint8_t roundedByte(double sum)
 
 // roundedByte of eight sums at once, lane by lane the same operations
 // (halvTruncToInt's out-of-range case included).
-inline void storeRoundedBytes(Doubles sums, uint8_t* out)
+inline void storeRoundedBytes(const Doubles& sums, uint8_t* out)
 {
     const Floats f = __builtin_convertvector(sums, Floats);
     const Floats half = f >= 0 ? Floats{} + 0.5f : Floats{} - 0.5f;
