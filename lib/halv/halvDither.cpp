@@ -60,14 +60,13 @@ void tattooRows(const uint8_t* gray, int w, int h, const TattooSettings& setting
                                      }
                                      return static_cast<const uint8_t*>(scratch);
                                  });
-    const halv_detail::WeightedTable table(weight);
     std::vector<uint8_t> sharp(2 * ws);
     halv_detail::EdfStream diffusion(w, h, static_cast<float>(t), out, outStride);
     for (int y = 0; y < h && !korvoJobCancelled(); y += 2) {
         const int rows = std::min(2, h - y);
         for (int r = 0; r < rows; ++r) {
             const uint8_t* blurred = blur.next();
-            halv_detail::addWeightedRow(blur.source(y + r), blurred, ws, table,
+            halv_detail::addWeightedRow(blur.source(y + r), blurred, ws, weight,
                                         sharp.data() + static_cast<size_t>(r) * ws);
         }
         diffusion.rows(sharp.data(), ws, rows);

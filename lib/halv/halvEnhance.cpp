@@ -170,8 +170,7 @@ HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, dou
 HalvImage add_Weighted(const HalvImage& a, const HalvImage& b, float weight)
 {
     HalvImage out = halv_detail::imageToOverwrite(a);
-    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), halv_detail::WeightedTable(weight),
-                                out.data);
+    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), weight, out.data);
     return out;
 }
 
@@ -185,11 +184,10 @@ HalvImage enh_unsharp_mask(const HalvImage& src, float amountPercent, int size)
     }
     // The blurred image only ever meets the source row by row: stream it.
     const size_t ws = static_cast<size_t>(src.width);
-    const halv_detail::WeightedTable table(weight);
     BlurStream stream(src.width, src.height, halv_detail::tapsOf(kernel.data(), size), true, rowsOf(src));
     for (int y = 0; y < src.height; ++y) {
         const size_t off = static_cast<size_t>(y) * ws;
-        halv_detail::addWeightedRow(src.data + off, stream.next(), ws, table, out.data + off);
+        halv_detail::addWeightedRow(src.data + off, stream.next(), ws, weight, out.data + off);
     }
     return out;
 }

@@ -6,9 +6,10 @@
 #include <algorithm>
 #include <cstring>
 
-// The blur's row loop (convolveRow) runs across independent pixels in
-// vectors. On x86-64 it is also built for wider vector units and picked at
-// load time; vector and scalar double arithmetic round alike, so every
+// The row loops of the blur and the unsharp mask run across independent
+// pixels in vectors; the diffusion's scans are scalar. On x86-64 they are
+// also built for wider vector units (and more registers) and picked at load
+// time; vector and scalar float and double arithmetic round alike, so every
 // variant gives the same bytes (no contraction into fused multiply-add either
 // way). A multi-versioned function is called through its resolver and never
 // inlined; elsewhere noinline keeps it out of line as well.
@@ -77,7 +78,8 @@ inline void storeRoundedBytes(const Doubles& sums, uint8_t* out)
     const Floats f = __builtin_convertvector(sums, Floats);
     const Floats half = f >= 0 ? Floats{} + 0.5f : Floats{} - 0.5f;
     const Floats r = f + half;
-    const Floats safe = (r >= -2147483648.0f && r < 2147483648.0f) ? r : Floats{} - 2147483648.0f;
+    const Ints inRange = (r >= -2147483648.0f) & (r < 2147483648.0f);
+    const Floats safe = inRange ? r : Floats{} - 2147483648.0f;
     const Bytes bytes = __builtin_convertvector(__builtin_convertvector(safe, Ints), Bytes);
     std::memcpy(out, &bytes, sizeof(bytes));
 }
@@ -110,6 +112,29 @@ void convolveRow(const double* const* rows, const double* kernel, int count, siz
             sum += rows[t][x] * kernel[t];
         }
         out[x] = roundedByte(sum);
+    }
+}
+
+// weightedPixel of n pixels, written without branches so that it
+// vectorises: lane by lane the same float operations in the same order, the
+// rounding of my_round and the clamp. halvTruncToInt then the clamp to
+// 0 .. 255 are done on floats: NaN and values outside the int range truncate
+// to INT32_MIN, which clamps to 0; the rest clamp before truncating, to the
+// same byte.
+HALV_ROW_LOOP
+void addWeightedPixels(const uint8_t* __restrict a, const uint8_t* __restrict b, size_t n, float weight,
+                       uint8_t* __restrict out)
+{
+    const float keep = 1 + weight;
+    const float take = -weight;
+    for (size_t i = 0; i < n; ++i) {
+        const float v = (static_cast<float>(a[i]) * keep + static_cast<float>(b[i]) * take) + 0.0f;
+        const float r = v + (v >= 0 ? 0.5f : -0.5f);
+        const bool inRange = (r >= -2147483648.0f) & (r < 2147483648.0f);
+        float clamped = r < 0 ? 0.0f : r;
+        clamped = clamped >= 255.0f ? 255.0f : clamped;
+        clamped = inRange ? clamped : 0.0f;
+        out[i] = static_cast<uint8_t>(static_cast<int32_t>(clamped));
     }
 }
 
@@ -147,21 +172,9 @@ uint8_t weightedPixel(uint8_t a, uint8_t b, float weight)
     return static_cast<uint8_t>(myClamp(my_round(v), 0, 255));
 }
 
-WeightedTable::WeightedTable(float weight) : table_(size_t{1} << 16)
+void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, float weight, uint8_t* out)
 {
-    for (int a = 0; a < 256; ++a) {
-        for (int b = 0; b < 256; ++b) {
-            table_[static_cast<size_t>(a) << 8 | static_cast<size_t>(b)] =
-                weightedPixel(static_cast<uint8_t>(a), static_cast<uint8_t>(b), weight);
-        }
-    }
-}
-
-void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out)
-{
-    for (size_t i = 0; i < n; ++i) {
-        out[i] = table(a[i], b[i]);
-    }
+    addWeightedPixels(a, b, n, weight, out);
 }
 
 void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256])
@@ -347,7 +360,10 @@ EdfWeights edfWeights()
 // The scan of one row. The errors of its next two cells travel in registers:
 // a = cell x with everything it has received, b = cell x + 1 without the
 // share of pixel x. They add up in the order the scan delivers them: the row
-// above first, then pixel x - 2, then pixel x - 1.
+// above first, then pixel x - 2, then pixel x - 1. So do the errors of the
+// next row's cells x - 1, x and x + 1 (q1, q0 and a fresh one), which hold
+// the shares of the pixels before x; a cell's sum is stored once complete,
+// after pixel x + 2's share, starting from the 0 of a fresh row as before.
 struct EdfScan {
     EdfRow row;
     const uint8_t* above;
@@ -356,6 +372,9 @@ struct EdfScan {
     int width;
     float a = 0.0f;
     float b = 0.0f;
+    float q2 = 0.0f;  // next row, cell x - 2
+    float q1 = 0.0f;  // cell x - 1
+    float q0 = 0.0f;  // cell x
     uint8_t left = 255;
 
     // Takes the errors of the first two cells, once they are complete.
@@ -390,10 +409,18 @@ struct EdfScan {
         const float p5 = e * k.w5;
         a = b + p0;
         b = cur[x + 2] + p1;
-        nxt[x - 2] += p2;
-        nxt[x - 1] += p3;
-        nxt[x] += p4;
-        nxt[x + 1] += p5;
+        nxt[x - 2] = q2 + p2;
+        q2 = q1 + p3;
+        q1 = q0 + p4;
+        q0 = 0.0f + p5;
+    }
+
+    // Stores the next row's last cells (and the guard cell after them).
+    void finish()
+    {
+        nxt[width - 2] = q2;
+        nxt[width - 1] = q1;
+        nxt[width] = q0;
     }
 };
 
@@ -402,6 +429,7 @@ struct EdfScan {
 // pixels up to x + 4 add to.
 constexpr int kEdfLag = 6;
 
+HALV_ROW_LOOP
 void edfRow(const EdfRow& row, const uint8_t* above, const float* cur, float* nxt, int width, float threshold)
 {
     const EdfWeights k = edfWeights();
@@ -410,8 +438,13 @@ void edfRow(const EdfRow& row, const uint8_t* above, const float* cur, float* nx
     for (int x = 0; x < width; ++x) {
         scan.step(x, k, threshold);
     }
+    scan.finish();
 }
 
+// The two scans' registers outnumber the 16 of SSE and AVX, so the pair is
+// also built for AVX-512 and its 32; scalar float arithmetic gives the same
+// bytes in every build.
+HALV_ROW_LOOP
 void edfRowPair(const EdfRow& upper, const EdfRow& lower, const uint8_t* above, EdfRows& errors, int width,
                 float threshold)
 {
@@ -422,6 +455,9 @@ void edfRowPair(const EdfRow& upper, const EdfRow& lower, const uint8_t* above, 
     int lowerX = 0;
     for (int x = 0; x < width; ++x) {
         up.step(x, k, threshold);
+        if (x + 1 == width) {
+            up.finish();
+        }
         if (x == kEdfLag) {
             down.start();
         }
@@ -435,6 +471,7 @@ void edfRowPair(const EdfRow& upper, const EdfRow& lower, const uint8_t* above, 
     for (; lowerX < width; ++lowerX) {
         down.step(lowerX, k, threshold);
     }
+    down.finish();
 }
 
 }  // namespace

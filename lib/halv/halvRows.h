@@ -47,18 +47,8 @@ void vblurRow(const double* const* rows, int width, const Taps& taps, uint8_t* o
 // myClamp(my_round(((float)a * (1 + weight) + (float)b * -weight) + 0), 0, 255).
 uint8_t weightedPixel(uint8_t a, uint8_t b, float weight);
 
-// weightedPixel for every pair of bytes, looked up instead of computed.
-class WeightedTable {
-public:
-    explicit WeightedTable(float weight);
-    uint8_t operator()(uint8_t a, uint8_t b) const { return table_[static_cast<size_t>(a) << 8 | b]; }
-
-private:
-    std::vector<uint8_t> table_;
-};
-
-// out[i] = weightedPixel(a[i], b[i], weight) through the table.
-void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out);
+// out[i] = weightedPixel(a[i], b[i], weight), in vectors.
+void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, float weight, uint8_t* out);
 
 // The 256-entry lookup table of the two-segment gamma curve.
 void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256]);
