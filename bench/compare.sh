@@ -5,7 +5,8 @@
 #
 #   bench/compare.sh [--runs N] [--baseline FILTER] [--quick]
 #
-# Builds the filter (Release, the normal flags) into build-bench/, writes
+# Builds the filter (Release, the normal flags) into build/compare/ (or
+# $KORVO_BENCH_BUILD), writes
 # photo-like and document-like A4 pages at 300 and 203 dpi (CUPS raster for
 # the filter, PGM for the others) and runs, N times over (default 9), every
 # halftone type on every page, pamditherbw -threshold and -fs, Pillow's
@@ -44,7 +45,7 @@ if [ ${#missing[@]} -gt 0 ]; then
     DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
 fi
 
-build=$root/build-bench
+build=${KORVO_BENCH_BUILD:-$root/build/compare}
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DKORVO_BUILD_TESTS=ON -DKORVO_BUILD_BENCH=ON >/dev/null
 cmake --build "$build" -j 1 --target korvo-filter-under-test korvo-bench-pages korvo_ppds >/dev/null
 filter=$build/tests/support/korvo-filter-under-test

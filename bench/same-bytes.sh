@@ -7,7 +7,7 @@
 #
 #   bench/same-bytes.sh BEFORE AFTER [PAGES_PROGRAM]
 #
-# PAGES_PROGRAM is korvo-bench-pages (default: build-bench/bench/).
+# PAGES_PROGRAM is korvo-bench-pages (default: the one compare.sh builds).
 # Jobs: A4 photo and document pages at 300 and 203 dpi and a job of small,
 # odd-sized pages; every halftone type; plain, with brightness and contrast,
 # and rotated, mirrored and negative; on a label printer and on a stencil
@@ -17,13 +17,13 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 before=$(realpath "$1")
 after=$(realpath "$2")
-pages_program=${3:-$root/build-bench/bench/korvo-bench-pages}
+build=${KORVO_BENCH_BUILD:-$root/build/compare}
+pages_program=${3:-$build/bench/korvo-bench-pages}
 work=$(mktemp -d /tmp/korvo-same.XXXXXX)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/pages"
 "$pages_program" "$work/pages"
-ppds=$root/build-bench/ppd
-[ -d "$ppds" ] || ppds=$root/build/ppd
+ppds=$build/ppd
 sed 's/^\*ModelName:.*/*ModelName: "bench"/' "$ppds/korvr27.ppd" >"$work/labels.ppd"
 sed 's/^\*ModelName:.*/*ModelName: "bench"/' "$ppds/korvk5.ppd" >"$work/stencil.ppd"
 
