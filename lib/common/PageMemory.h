@@ -16,7 +16,7 @@
 
 // Requests from this size up are worth a block of their own; smaller ones
 // are better served by malloc.
-constexpr size_t kPageMemoryMinimum = size_t(1) << 20;
+constexpr size_t kPageMemoryMinimum = size_t(2) << 20;
 
 // A block of at least `bytes` bytes, or nullptr when the address space cannot
 // be had. With `zeroed` every byte reads 0, otherwise the contents are

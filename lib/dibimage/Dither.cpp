@@ -302,7 +302,7 @@ struct RowScan {
 
     // Takes the levels of the first three pixels and the first windows, once
     // every earlier row has finished them.
-    void start()
+    __attribute__((always_inline)) void start()
     {
         for (int d = 0; d < L; ++d) {
             win[d] = loadLanes(below[d] - kReach);
@@ -312,7 +312,7 @@ struct RowScan {
         a2 = cur[2];
     }
 
-    void step(long x)
+    __attribute__((always_inline)) void step(long x)
     {
         constexpr int D = K::kDivisor;
         const int level = a0;
