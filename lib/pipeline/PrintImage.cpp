@@ -96,9 +96,11 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
                        static_cast<void*>(result));
         freeResult(result, 2 * size);
     }
-    // The page is printed: the memory of its images serves the next page.
+    // The page is printed: the memory of its images serves the next page,
+    // and nothing of it can be printed again.
     pageImage_.Destroy();
     halftoneImage_.Destroy();
+    pimage = nullptr;
     korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Image processing completed");
 }
 
