@@ -32,7 +32,9 @@ while [ $# -gt 0 ]; do
     esac
 done
 
-# The tools compared with, and GNU time for the peak memory.
+# What the build needs, the tools compared with, and GNU time for the peak
+# memory.
+"$root/scripts/install-deps.sh"
 needed=(netpbm graphicsmagick python3-pil time)
 missing=()
 for package in "${needed[@]}"; do
