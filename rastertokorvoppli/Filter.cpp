@@ -139,7 +139,7 @@ LoopEnd printPages(RasterInput& input, cups_raster_t* raster, OndrelPrinter& pri
                     printedPages + 1);
             continue;
         }
-        printPage(printer, settings, header, page.data(), printedPages + 1);
+        printPage(printer, settings, header, page, printedPages + 1);
         if (korvoJobCancelled() || !outputIntact(environment.output)) {
             return LoopEnd::Failed;
         }

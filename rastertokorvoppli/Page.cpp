@@ -89,8 +89,8 @@ bool readPage(cups_raster_t* raster, const cups_page_header2_t& header, PageBuff
     return true;
 }
 
-void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page_header2_t& header,
-               const unsigned char* pixels, int pageNumber)
+void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page_header2_t& header, PageBuffer& page,
+               int pageNumber)
 {
     printer.WaitForPrinterStatus(kStatusReady);
     if (korvoJobCancelled()) {
@@ -101,7 +101,9 @@ void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page
     if (bNeedGoBack != 0 || strcmp(settings.PaperType, "LabelMark") == 0) {
         printer.FeedPaper(4, 0);
     }
-    printer.printImage(pixels, header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
+    printer.setPageRows(&page);
+    printer.printImage(page.data(), header.cupsBytesPerLine, header.cupsHeight, header.cupsWidth);
+    printer.setPageRows(nullptr);
     if (korvoJobCancelled()) {
         return;
     }

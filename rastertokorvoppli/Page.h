@@ -26,6 +26,7 @@ void beginPage(OndrelPrinter& printer, Settings& settings, const cups_page_heade
 bool readPage(cups_raster_t* raster, const cups_page_header2_t& header, PageBuffer& page);
 
 // Waits until the printer is ready, prints the page (pageNumber counts from
-// 1) with its media action, and waits until it is printed.
-void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page_header2_t& header,
-               const unsigned char* pixels, int pageNumber);
+// 1) with its media action, and waits until it is printed. The pipeline
+// takes the page's memory over, or has it given back as it copies the rows.
+void printPage(OndrelPrinter& printer, const Settings& settings, const cups_page_header2_t& header, PageBuffer& page,
+               int pageNumber);

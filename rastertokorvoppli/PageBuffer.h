@@ -2,16 +2,19 @@
 // The buffer a raster page is read into. Address space for the whole page is
 // reserved up front, but memory is committed only as rows are written into
 // it, so a page header's promise costs nothing until its data arrives. The
-// block is reused for the following pages and grows when a page needs more;
-// page-sized blocks use huge pages where the kernel offers them.
+// block is page memory (common/PageMemory.h), with room in front of the rows
+// for an image header: the page pipeline takes it over as its page image when
+// the rows are laid out as one, or has it given back as it copies the rows.
 #pragma once
 
 #include <cstddef>
 
-class PageBuffer {
+#include "printer/PageRows.h"
+
+class PageBuffer : public PageRows {
 public:
     PageBuffer() = default;
-    ~PageBuffer();
+    ~PageBuffer() override;
     PageBuffer(const PageBuffer&) = delete;
     PageBuffer& operator=(const PageBuffer&) = delete;
 
@@ -20,9 +23,15 @@ public:
     bool reserve(size_t bytes);
     unsigned char* data() const { return data_; }
 
+    void* handOverBlock() override;
+    // Gives back the memory of the rows copied so far, and the whole block
+    // once every row is.
+    void copiedUpTo(size_t bytes) override;
+
 private:
     void release();
 
+    unsigned char* block_ = nullptr;
     unsigned char* data_ = nullptr;
-    size_t capacity_ = 0;
+    size_t size_ = 0;
 };

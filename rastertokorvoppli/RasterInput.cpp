@@ -4,11 +4,19 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "common/KorvoCancel.h"
 
-RasterInput::RasterInput(int fd) : fd_(fd)
+namespace {
+
+constexpr size_t kChunk = 256 * 1024;
+
+}  // namespace
+
+RasterInput::RasterInput(int fd) : fd_(fd), chunk_(kChunk)
 {
 }
 
@@ -33,9 +41,36 @@ ssize_t RasterInput::readCallback(void* context, unsigned char* buffer, size_t b
     return static_cast<RasterInput*>(context)->read(buffer, bytes);
 }
 
+// Serves libcups from the chunk read last, and reads the next chunk when
+// that is used up; a request of a chunk or more is read directly.
+ssize_t RasterInput::read(unsigned char* buffer, size_t bytes)
+{
+    if (korvoJobCancelled()) {
+        return -1;
+    }
+    if (chunkStart_ == chunkEnd_) {
+        if (bytes >= kChunk) {
+            const ssize_t count = readArrived(buffer, bytes);
+            delivered_ += count > 0 ? static_cast<size_t>(count) : 0;
+            return count;
+        }
+        const ssize_t count = readArrived(chunk_.data(), kChunk);
+        if (count <= 0) {
+            return count;
+        }
+        chunkStart_ = 0;
+        chunkEnd_ = static_cast<size_t>(count);
+    }
+    const size_t count = std::min(bytes, chunkEnd_ - chunkStart_);
+    memcpy(buffer, chunk_.data() + chunkStart_, count);
+    chunkStart_ += count;
+    delivered_ += count;
+    return static_cast<ssize_t>(count);
+}
+
 // Waits for data or for the job to be cancelled; a cancelled job reads as
 // a failed read, which ends the stream for libcups.
-ssize_t RasterInput::read(unsigned char* buffer, size_t bytes)
+ssize_t RasterInput::readArrived(unsigned char* buffer, size_t bytes)
 {
     pollfd waits[2] = {{fd_, POLLIN, 0}, {korvoCancelFd(), POLLIN, 0}};
     while (!korvoJobCancelled()) {
@@ -48,9 +83,6 @@ ssize_t RasterInput::read(unsigned char* buffer, size_t bytes)
         const ssize_t count = ::read(fd_, buffer, bytes);
         if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
             continue;
-        }
-        if (count > 0) {
-            delivered_ += static_cast<size_t>(count);
         }
         return count;
     }

@@ -3,12 +3,16 @@
 // standard input, read through libcups. Reading stops at once when the job
 // is cancelled, even while no data comes, and the input keeps count of the
 // bytes it delivered so that the page loop can tell a clean end of the
-// stream from one that breaks off inside a page header.
+// stream from one that breaks off inside a page header. Each read from the
+// descriptor takes whatever has arrived, up to a chunk, so that a stream that
+// comes in pieces is passed on as it comes, and one that is there already
+// costs few system calls (libcups asks for a row at a time).
 #pragma once
 
 #include <cups/raster.h>
 
 #include <cstddef>
+#include <vector>
 
 class RasterInput {
 public:
@@ -26,8 +30,13 @@ public:
 private:
     static ssize_t readCallback(void* context, unsigned char* buffer, size_t bytes);
     ssize_t read(unsigned char* buffer, size_t bytes);
+    // Waits for data and reads what has arrived, at most `bytes`.
+    ssize_t readArrived(unsigned char* buffer, size_t bytes);
 
     int fd_;
+    std::vector<unsigned char> chunk_;
+    size_t chunkStart_ = 0;
+    size_t chunkEnd_ = 0;
     cups_raster_t* raster_ = nullptr;
     size_t delivered_ = 0;
 };

@@ -14,7 +14,7 @@ set -euo pipefail
 packages=(
     build-essential cmake
     libcups2-dev libcupsimage2-dev libpng-dev
-    libgtest-dev libgmock-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
     cups cups-client cups-filters cups-ppdc ghostscript
 )
 foreign=""

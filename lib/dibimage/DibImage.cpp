@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "PixelRows.h"
+#include "common/PageMemory.h"
 
 using dibimage_detail::normaliseBpp;
 using dibimage_detail::rowGetIndex;
@@ -16,6 +17,7 @@ using dibimage_detail::rowSetIndex;
 namespace {
 
 constexpr uint32_t kHeaderSize = sizeof(BITMAPINFOHEADER);
+static_assert(DibImage::kGrayRowsOffset == kHeaderSize + 256 * sizeof(RGBQUAD));
 constexpr char kErrNoSize[] = "DibImage::Create : width and height must be greater than zero";
 constexpr char kErrTooBig[] = "DIBIMAGE_MAX_MEMORY exceeded";
 constexpr char kErrNoMemory[] = "DibImage::Create can't allocate memory";
@@ -23,6 +25,36 @@ constexpr char kErrNoMemory[] = "DibImage::Create can't allocate memory";
 // Beyond this squared distance a palette entry is never taken as "nearest"
 // (it is above the largest possible distance, 3 * 255 * 255, anyway).
 constexpr long kNearestLimit = 200000;
+
+// The sizes of an image of one of the depths Create makes.
+struct Layout {
+    uint32_t width;
+    uint32_t height;
+    unsigned bpp;
+    uint64_t effWidth;
+    uint32_t colours;
+    uint64_t sizeImage;
+    uint64_t total;
+};
+
+// False when the image is too big: its pixel data, counted in bits, must stay
+// below 2^32, and the whole block (header, palette, padded rows) must be
+// addressable with 32-bit sizes.
+bool layoutOf(uint32_t width, uint32_t height, unsigned bpp, Layout& layout)
+{
+    layout.width = width;
+    layout.height = height;
+    layout.bpp = bpp;
+    layout.effWidth = ((static_cast<uint64_t>(bpp) * width + 31) / 32) * 4;
+    layout.colours = bpp == 1 ? 2 : bpp == 4 ? 16 : bpp == 8 ? 256 : 0;
+    layout.sizeImage = layout.effWidth * height;
+    layout.total = kHeaderSize + static_cast<uint64_t>(layout.colours) * sizeof(RGBQUAD) + layout.sizeImage;
+    const unsigned __int128 bits = static_cast<unsigned __int128>(width) * height * bpp;
+    return (bits >> 32) == 0 && layout.total <= UINT32_MAX;
+}
+
+// CreateFromArray reports its progress every this many rows.
+constexpr uint32_t kRowsPerReport = 64;
 
 }  // namespace
 
@@ -51,61 +83,72 @@ void* DibImage::Create(uint32_t width, uint32_t height, uint32_t bitCount, uint3
     if (!Destroy()) {
         return nullptr;
     }
-
     if (width == 0 || height == 0) {
         setLastError(kErrNoSize);
         return nullptr;
     }
-
     const unsigned bpp = normaliseBpp(bitCount);
-
-    // The pixel data, counted in bits, must stay below 2^32; the whole block
-    // (header, palette, padded rows) must be addressable with 32-bit sizes.
-    const unsigned __int128 bits = static_cast<unsigned __int128>(width) * height * bpp;
-    if (bits >> 32) {
+    Layout layout;
+    if (!layoutOf(width, height, bpp, layout)) {
         setLastError(kErrTooBig);
         return nullptr;
     }
-    const uint64_t effWidth = ((static_cast<uint64_t>(bpp) * width + 31) / 32) * 4;
-    const uint32_t colours = bpp == 1 ? 2 : bpp == 4 ? 16 : bpp == 8 ? 256 : 0;
-    const uint64_t sizeImage = effWidth * height;
-    const uint64_t total = kHeaderSize + static_cast<uint64_t>(colours) * sizeof(RGBQUAD) + sizeImage;
-    if (total > UINT32_MAX) {
-        setLastError(kErrTooBig);
-        return nullptr;
-    }
-
-    // calloc: palette and every row byte, padding included, start at zero.
-    void* block = std::calloc(1, static_cast<size_t>(total));
+    // Palette and every row byte, padding included, start at zero. A page
+    // comes from page memory, so that its first writes are cheap and the next
+    // image of the page can take over its memory.
+    const bool pageSized = layout.total >= kPageMemoryMinimum;
+    void* block = pageSized ? pageMemoryAcquire(static_cast<size_t>(layout.total), true)
+                            : std::calloc(1, static_cast<size_t>(layout.total));
     if (!block) {
         setLastError(kErrNoMemory);
         return nullptr;
     }
+    takeBlock(block, pageSized, width, height, bpp, type);
+    return block_;
+}
 
+bool DibImage::CanAdoptGrayRows(uint32_t width, uint32_t height, uint32_t bytesPerLine)
+{
+    Layout layout;
+    return width != 0 && height != 0 && layoutOf(width, height, 8, layout) && layout.effWidth == bytesPerLine;
+}
+
+void DibImage::AdoptGrayRows(void* block, uint32_t width, uint32_t height)
+{
+    Destroy();
+    std::memset(static_cast<uint8_t*>(block) + kHeaderSize, 0, kGrayRowsOffset - kHeaderSize);
+    takeBlock(block, true, width, height, 8, 0);
+    SetGrayPalette();
+}
+
+void DibImage::takeBlock(void* block, bool pageMemory, uint32_t width, uint32_t height, unsigned bpp, uint32_t type)
+{
+    Layout layout;
+    layoutOf(width, height, bpp, layout);
     head_.biSize = kHeaderSize;
-    head_.biWidth = static_cast<int32_t>(width);
-    head_.biHeight = static_cast<int32_t>(height);
+    head_.biWidth = static_cast<int32_t>(layout.width);
+    head_.biHeight = static_cast<int32_t>(layout.height);
     head_.biPlanes = 1;
-    head_.biBitCount = static_cast<uint16_t>(bpp);
+    head_.biBitCount = static_cast<uint16_t>(layout.bpp);
     head_.biCompression = 0;
-    head_.biSizeImage = static_cast<uint32_t>(sizeImage);
+    head_.biSizeImage = static_cast<uint32_t>(layout.sizeImage);
     head_.biXPelsPerMeter = 0;
     head_.biYPelsPerMeter = 0;
-    head_.biClrUsed = colours;
+    head_.biClrUsed = layout.colours;
     head_.biClrImportant = 0;
 
     block_ = block;
+    info_.pageMemory = pageMemory;
     std::memcpy(block_, &head_, kHeaderSize);
-    info_.effWidth = static_cast<uint32_t>(effWidth);
+    info_.effWidth = static_cast<uint32_t>(layout.effWidth);
     info_.type = type;
     info_.imageBits = GetBits(0);
     // The palette is new: a remembered nearest colour no longer applies.
     info_.lastColourValid = false;
-    return block_;
 }
 
 bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bitCount,
-                               uint32_t bytesPerLine, bool flip)
+                               uint32_t bytesPerLine, bool flip, const std::function<void(uint32_t)>& copied)
 {
     if (!array) {
         return false;
@@ -133,6 +176,9 @@ bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t he
         } else {
             std::memcpy(dst, src, stride < bytesPerLine ? stride : bytesPerLine);
         }
+        if (copied && ((y + 1) % kRowsPerReport == 0 || y + 1 == height)) {
+            copied(y + 1);
+        }
     }
     return true;
 }
@@ -140,7 +186,11 @@ bool DibImage::CreateFromArray(const uint8_t* array, uint32_t width, uint32_t he
 bool DibImage::Destroy()
 {
     if (block_) {
-        std::free(block_);
+        if (info_.pageMemory) {
+            pageMemoryRelease(block_);
+        } else {
+            std::free(block_);
+        }
         block_ = nullptr;
     }
     // An empty image reports zero sizes; the rest of the information block

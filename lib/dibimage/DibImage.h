@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // DibImage: the palette-based raster image of the page pipeline.
 //
-// One malloc'ed block holds a copy of the 40-byte bitmap information header,
+// One block (malloc'ed, or page memory when it is page-sized) holds a copy of the 40-byte bitmap information header,
 // the palette (blue, green, red, reserved per entry) and the pixel rows, each
 // row GetEffWidth() bytes apart (a multiple of 4). Row y of every operation is
 // the y-th stored row; nothing flips rows implicitly. Pixels of 1 and 4 bits
@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 #pragma pack(push, 1)
 struct RGBQUAD {
@@ -44,9 +45,22 @@ public:
 
     // Creation and ownership (image core).
     void* Create(uint32_t width, uint32_t height, uint32_t bitCount, uint32_t type);
+    // `copied`, when given, is called every few rows and after the last one
+    // with the number of source rows copied so far: the array's rows before
+    // that are read no more.
     bool CreateFromArray(const uint8_t* array, uint32_t width, uint32_t height, uint32_t bitCount,
-                         uint32_t bytesPerLine, bool flip);
+                         uint32_t bytesPerLine, bool flip, const std::function<void(uint32_t)>& copied = {});
     bool Destroy();
+    // Where the rows of an 8-bit gray image start in its block.
+    static constexpr size_t kGrayRowsOffset = 40 + 256 * 4;
+    // Whether rows `bytesPerLine` bytes apart are laid out as an 8-bit gray
+    // image of that size keeps its rows (no copy needed).
+    static bool CanAdoptGrayRows(uint32_t width, uint32_t height, uint32_t bytesPerLine);
+    // Becomes that 8-bit gray image, taking over a block of page memory whose
+    // rows (from kGrayRowsOffset on) are the image's, as CanAdoptGrayRows
+    // allows: the same image CreateFromArray would make of them, without the
+    // copy. The block is the image's from then on.
+    void AdoptGrayRows(void* block, uint32_t width, uint32_t height);
     bool Transfer(DibImage& from, bool transferFrames = true);
     void CopyInfo(const DibImage& from);
 
@@ -101,9 +115,13 @@ private:
         RGBQUAD lastColour;
         uint8_t lastColourIndex;
         bool lastColourValid;
+        bool pageMemory;  // the block comes from pageMemoryAcquire
     };
 
     void setLastError(const char* text);
+    // Makes the block this image's, as an image of that size and depth (one
+    // Create accepts).
+    void takeBlock(void* block, bool pageMemory, uint32_t width, uint32_t height, unsigned bpp, uint32_t type);
     // An empty image of the given size and depth with this image's
     // information block and palette, to be filled and transferred back.
     bool createReplacement(DibImage& replacement, uint32_t width, uint32_t height, uint32_t bitCount) const;

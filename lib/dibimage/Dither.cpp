@@ -145,6 +145,11 @@ void bayerRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size_t
 // which no later pixel of this row reaches, is stored and the window moves
 // on by one column.
 //
+// The chain from pixel to pixel is latency-bound, so kernels of up to three
+// rows diffuse two rows at once, as two interleaved scans (the ring then
+// holds one row more): the lower row trails the upper one by kPairLag
+// columns and only ever reads columns the upper row has finished.
+//
 // Sources of 4 bits per pixel store every updated level in a nibble, so the
 // level is reduced to its low 4 bits after the clamp ("Nibble").
 
@@ -274,83 +279,155 @@ inline Lanes loadLanes(const int16_t* p)
     return v;
 }
 
+// The scan of one row: the levels of its next three pixels (a0 = this one)
+// in scalar registers, the windows of 8 columns of the rows below in vector
+// registers, and the packed bits of the row so far.
 template <class K, bool Nibble>
-void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size_t outStride)
-{
-    static_assert(kernelFitsEngine<K>(), "kernel reaches beyond the engine's spare columns");
-    constexpr int R = kernelRows<K>();
-    constexpr int L = R - 1;
-    constexpr int D = K::kDivisor;
-    constexpr int W1 = sameRowWeight<K>(1);
-    constexpr int W2 = sameRowWeight<K>(2);
+struct RowScan {
+    static constexpr int L = kernelRows<K>() - 1;
+    static constexpr int W1 = sameRowWeight<K>(1);
+    static constexpr int W2 = sameRowWeight<K>(2);
 
-    static const LowerDeltas<K> lower;
+    // At a fixed address, so that the tables take no register.
+    static inline const LowerDeltas<K> lower;
 
-    const size_t span = static_cast<size_t>(w) + kMarginLeft + kMarginRight;
-    std::vector<int16_t> ring(span * R, 0);
-    int16_t* slot[R];
-    for (int r = 0; r < R; ++r) {
-        slot[r] = ring.data() + r * span + kMarginLeft;
-    }
+    const int16_t* cur;
+    int16_t* below[L > 0 ? L : 1];
+    Lanes win[L > 0 ? L : 1];
+    uint8_t* o;
+    int a0 = 0;
+    int a1 = 0;
+    int a2 = 0;
+    unsigned acc = 0;
 
-    auto load = [&](uint64_t y) {
-        if (y >= h) {
-            return;
-        }
-        int16_t* d = slot[y % R];
-        const uint8_t* s = src.row(static_cast<uint32_t>(y));
-        for (uint32_t x = 0; x < w; ++x) {
-            d[x] = s[x];
-        }
-    };
-    for (int r = 0; r < R; ++r) {
-        load(static_cast<uint64_t>(r));
-    }
-
-    for (uint32_t y = 0; y < h && !korvoJobCancelled(); ++y) {
-        int16_t* below[L];
-        Lanes win[L];
+    // Takes the levels of the first three pixels and the first windows, once
+    // every earlier row has finished them.
+    __attribute__((always_inline)) void start()
+    {
         for (int d = 0; d < L; ++d) {
-            below[d] = slot[(y + d + 1) % R];
             win[d] = loadLanes(below[d] - kReach);
         }
-        const int16_t* cur = slot[y % R];
-        int a0 = cur[0];
-        int a1 = cur[1];
-        int a2 = cur[2];
-        uint8_t* o = out + static_cast<size_t>(y) * outStride;
-        unsigned acc = 0;
-        for (long x = 0; x < static_cast<long>(w); ++x) {
-            const int level = a0;
-            acc = (acc << 1) | unsigned(level >= kWhiteFrom);
-            if ((x & 7) == 7) {
-                *o++ = static_cast<uint8_t>(acc);
-                acc = 0;
-            }
-            if constexpr (W1 != 0) {
-                a1 = settle<Nibble>(a1 + kDelta<W1, D>.v[level]);
-            }
-            if constexpr (W2 != 0) {
-                a2 = settle<Nibble>(a2 + kDelta<W2, D>.v[level]);
-            }
-            for (int d = 0; d < L; ++d) {
-                Lanes v = settle<Nibble>(win[d] + loadLanes(lower.v[d][level]));
-                below[d][x - kReach] = v[0];
-                v = shiftDown(v);
-                v[7] = below[d][x + kLanes - kReach];
-                win[d] = v;
-            }
-            a0 = a1;
-            a1 = a2;
-            a2 = cur[x + 3];
+        a0 = cur[0];
+        a1 = cur[1];
+        a2 = cur[2];
+    }
+
+    __attribute__((always_inline)) void step(long x)
+    {
+        constexpr int D = K::kDivisor;
+        const int level = a0;
+        acc = (acc << 1) | unsigned(level >= kWhiteFrom);
+        if ((x & 7) == 7) {
+            *o++ = static_cast<uint8_t>(acc);
+            acc = 0;
         }
+        if constexpr (W1 != 0) {
+            a1 = settle<Nibble>(a1 + kDelta<W1, D>.v[level]);
+        }
+        if constexpr (W2 != 0) {
+            a2 = settle<Nibble>(a2 + kDelta<W2, D>.v[level]);
+        }
+        for (int d = 0; d < L; ++d) {
+            Lanes v = settle<Nibble>(win[d] + loadLanes(lower.v[d][level]));
+            below[d][x - kReach] = v[0];
+            v = shiftDown(v);
+            v[7] = below[d][x + kLanes - kReach];
+            win[d] = v;
+        }
+        a0 = a1;
+        a1 = a2;
+        a2 = cur[x + 3];
+    }
+
+    // Writes back the windows and the last bits of a row of w pixels.
+    void finish(uint32_t w)
+    {
         if (w & 7) {
             *o = static_cast<uint8_t>(acc << (8 - (w & 7)));
         }
         for (int d = 0; d < L; ++d) {
             std::memcpy(below[d] + w - kReach, &win[d], sizeof(Lanes));
         }
+    }
+};
+
+// How far the lower row of a pair trails the upper one. Lower pixel x reads
+// the level of column x + 3 of its own row and, for its windows, column x + 5
+// of the rows below; the upper row has finished a column of the rows below
+// it once it is 3 columns past it. Its windows then never overlap the lower
+// row's, and every pixel still receives its contributions in the order of
+// the source pixels: the upper row's all before the lower row's.
+constexpr long kPairLag = 8;
+
+template <class K, bool Nibble>
+void diffuseRows(const GrayRows& src, uint32_t w, uint32_t h, uint8_t* out, size_t outStride)
+{
+    static_assert(kernelFitsEngine<K>(), "kernel reaches beyond the engine's spare columns");
+    using Scan = RowScan<K, Nibble>;
+    // Rows are diffused in pairs where that pays: with three rows below, the
+    // six windows of a pair no longer fit the vector registers.
+    constexpr bool kPairs = kernelRows<K>() <= 3;
+    // The rows one step reaches.
+    constexpr int R = kernelRows<K>() + (kPairs ? 1 : 0);
+
+    const size_t span = static_cast<size_t>(w) + kMarginLeft + kMarginRight;
+    std::vector<int16_t> ring(span * R, 0);
+    auto slot = [&](uint64_t y) { return ring.data() + (y % R) * span + kMarginLeft; };
+    auto load = [&](uint64_t y) {
+        if (y >= h) {
+            return;
+        }
+        int16_t* d = slot(y);
+        const uint8_t* s = src.row(static_cast<uint32_t>(y));
+        for (uint32_t x = 0; x < w; ++x) {
+            d[x] = s[x];
+        }
+    };
+    auto scanOf = [&](uint64_t y) {
+        Scan scan{slot(y), {}, {}, out + y * outStride};
+        for (int d = 0; d < Scan::L; ++d) {
+            scan.below[d] = slot(y + d + 1);
+        }
+        return scan;
+    };
+    for (int r = 0; r < R; ++r) {
+        load(static_cast<uint64_t>(r));
+    }
+
+    const long width = static_cast<long>(w);
+    for (uint32_t y = 0; y < h && !korvoJobCancelled(); y += kPairs ? 2 : 1) {
+        Scan upper = scanOf(y);
+        upper.start();
+        if (!kPairs || y + 1 == h) {
+            for (long x = 0; x < width; ++x) {
+                upper.step(x);
+            }
+            upper.finish(w);
+            load(static_cast<uint64_t>(y) + R);
+            continue;
+        }
+        // Two rows at once: the two chains of level arithmetic overlap.
+        Scan lowerRow = scanOf(y + 1);
+        long lowerX = 0;
+        for (long x = 0; x < width; ++x) {
+            upper.step(x);
+            if (x >= kPairLag) {
+                if (x == kPairLag) {
+                    lowerRow.start();
+                }
+                lowerRow.step(lowerX++);
+            }
+        }
+        upper.finish(w);
+        if (lowerX == 0) {
+            lowerRow.start();
+        }
+        for (; lowerX < width; ++lowerX) {
+            lowerRow.step(lowerX);
+        }
+        lowerRow.finish(w);
         load(static_cast<uint64_t>(y) + R);
+        load(static_cast<uint64_t>(y) + R + 1);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "halv/halvMath.h"
 #include "halv/halvRows.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -19,34 +20,27 @@ struct TattooSettings {
     float gammaHigh;
 };
 
-// The whole chain in one sweep over the rows. Stage by stage it computes
-// gamma(gray) -> enh_unsharp_mask(.., 300, 11) -> edf_cus(.., t), with t the
-// moment threshold of the gray image before the gamma, but only the gray image
-// (when the source is not already one) and the result are page-sized: the
-// blur keeps a window of 11 rows, the diffusion two rows of errors.
-HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
+constexpr TattooSettings kTattoo{false, 0.85f, 0.7f};
+constexpr TattooSettings kTattooQ6{true, 0.5f, 1.5f};
+
+// The pixel count as the 32-bit product of the dimensions: an image for which
+// it is not positive, or with a negative dimension, is not halftoned.
+bool halftoned(int width, int height)
 {
-    // The pixel count as the 32-bit product of the dimensions; an empty image
-    // comes back as a plain copy. Negative dimensions describe no pixels
-    // either, whatever their product.
-    const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(src.width) * static_cast<uint32_t>(src.height));
-    if (product <= 0 || src.width <= 0 || src.height <= 0) {
-        return HalvImage(src);
-    }
+    const int32_t product = static_cast<int32_t>(static_cast<uint32_t>(width) * static_cast<uint32_t>(height));
+    return product > 0 && width > 0 && height > 0;
+}
 
-    const int w = src.width;
-    const int h = src.height;
+// The whole chain in one sweep over the rows of a gray image (rows w bytes
+// apart), into rows outStride bytes apart. Stage by stage it computes
+// gamma(gray) -> enh_unsharp_mask(.., 300, 11) -> edf_cus(.., t), with t the
+// moment threshold of the gray image before the gamma, but nothing else is
+// page-sized: the blur keeps a window of 11 rows, the diffusion two rows of
+// errors.
+void tattooRows(const uint8_t* gray, int w, int h, const TattooSettings& settings, uint8_t* out, size_t outStride)
+{
     const size_t ws = static_cast<size_t>(w);
-    const size_t n = halv_detail::pixelCount(src);
-
-    // The gray image: the source's own bytes when it is one already.
-    std::optional<HalvImage> converted;
-    const uint8_t* gray = src.data;
-    if (!(src.color == HALV_IMG_GRAY && src.channels == 1)) {
-        converted.emplace(cvtGray(src));
-        gray = converted->data;
-    }
-
+    const size_t n = ws * static_cast<size_t>(h);
     const int t = halv_detail::momentThreshold(gray, n);
 
     uint8_t lut[256] = {};
@@ -58,7 +52,6 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
     std::vector<double> kernel(static_cast<size_t>(taps));
     generateGaussianKernel1D(taps, 3.0, kernel.data());
 
-    HalvImage out(w, h, HALV_IMG_GRAY);
     halv_detail::BlurStream blur(w, h, halv_detail::tapsOf(kernel.data(), taps), true,
                                  [gray, ws, &lut](int row, uint8_t* scratch) {
                                      const uint8_t* in = gray + static_cast<size_t>(row) * ws;
@@ -67,18 +60,34 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
                                      }
                                      return static_cast<const uint8_t*>(scratch);
                                  });
-    const halv_detail::WeightedTable table(weight);
-    std::vector<uint8_t> sharp(ws);
-    halv_detail::EdfRows errors(w);
-    const float threshold = static_cast<float>(t);
-    for (int y = 0; y < h && !korvoJobCancelled(); ++y) {
-        const uint8_t* blurred = blur.next();
-        halv_detail::addWeightedRow(blur.source(y), blurred, ws, table, sharp.data());
-        uint8_t* row = out.data + static_cast<size_t>(y) * ws;
-        halv_detail::edfRow(sharp.data(), y > 0 ? row - ws : nullptr, row, errors.current(), errors.next(), w,
-                            y >= 1 && y < h - 1, threshold);
-        errors.advance();
+    std::vector<uint8_t> sharp(2 * ws);
+    halv_detail::EdfStream diffusion(w, h, static_cast<float>(t), out, outStride);
+    for (int y = 0; y < h && !korvoJobCancelled(); y += 2) {
+        const int rows = std::min(2, h - y);
+        for (int r = 0; r < rows; ++r) {
+            const uint8_t* blurred = blur.next();
+            halv_detail::addWeightedRow(blur.source(y + r), blurred, ws, weight,
+                                        sharp.data() + static_cast<size_t>(r) * ws);
+        }
+        diffusion.rows(sharp.data(), ws, rows);
     }
+}
+
+// An image that is not halftoned comes back as a plain copy.
+HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
+{
+    if (!halftoned(src.width, src.height)) {
+        return HalvImage(src);
+    }
+    // The gray image: the source's own bytes when it is one already.
+    std::optional<HalvImage> converted;
+    const uint8_t* gray = src.data;
+    if (!(src.color == HALV_IMG_GRAY && src.channels == 1)) {
+        converted.emplace(cvtGray(src));
+        gray = converted->data;
+    }
+    HalvImage out(src.width, src.height, HALV_IMG_GRAY);
+    tattooRows(gray, src.width, src.height, settings, out.data, static_cast<size_t>(src.width));
     return out;
 }
 
@@ -86,12 +95,25 @@ HalvImage tattoo(const HalvImage& src, const TattooSettings& settings)
 
 HalvImage halvTattooDithering(HalvImage& src)
 {
-    return tattoo(src, TattooSettings{false, 0.85f, 0.7f});
+    return tattoo(src, kTattoo);
 }
 
 HalvImage halvTattooDitheringQ6(HalvImage& src)
 {
-    return tattoo(src, TattooSettings{true, 0.5f, 1.5f});
+    return tattoo(src, kTattooQ6);
+}
+
+void halvTattooInto(const uint8_t* gray, int width, int height, bool q6, uint8_t* out, size_t outStride)
+{
+    const size_t ws = static_cast<size_t>(width);
+    if (halftoned(width, height)) {
+        tattooRows(gray, width, height, q6 ? kTattooQ6 : kTattoo, out, outStride);
+        return;
+    }
+    for (int y = 0; y < height; ++y) {
+        std::copy(gray + static_cast<size_t>(y) * ws, gray + static_cast<size_t>(y + 1) * ws,
+                  out + static_cast<size_t>(y) * outStride);
+    }
 }
 
 HalvImage cvtGray(const HalvImage& src)
@@ -131,16 +153,10 @@ HalvImage edf_cus(const HalvImage& src, int threshold)
     if (halv_detail::pixelCount(src) == 0) {
         return out;
     }
-    const int w = src.width;
-    const int h = src.height;
-    const size_t ws = static_cast<size_t>(w);
-    const float t = static_cast<float>(threshold);
-    halv_detail::EdfRows errors(w);
-    for (int y = 0; y < h; ++y) {
-        const size_t off = static_cast<size_t>(y) * ws;
-        halv_detail::edfRow(src.data + off, y > 0 ? out.data + off - ws : nullptr, out.data + off, errors.current(),
-                            errors.next(), w, y >= 1 && y < h - 1, t);
-        errors.advance();
+    const size_t ws = static_cast<size_t>(src.width);
+    halv_detail::EdfStream diffusion(src.width, src.height, static_cast<float>(threshold), out.data, ws);
+    for (int y = 0; y < src.height; y += 2) {
+        diffusion.rows(src.data + static_cast<size_t>(y) * ws, ws, std::min(2, src.height - y));
     }
     return out;
 }

@@ -76,10 +76,10 @@ HalvImage convolve1D(const HalvImage& src, const double* kernel, int size, bool 
     const size_t ws = static_cast<size_t>(w);
     if (horizontal) {
         std::vector<double> pad(ws + static_cast<size_t>(taps.count));
-        std::vector<double> acc(ws);
+        std::vector<const double*> rows(static_cast<size_t>(taps.count));
         for (int y = 0; y < h; ++y) {
             const size_t off = static_cast<size_t>(y) * ws;
-            halv_detail::hblurRow(src.data + off, w, taps, pad.data(), acc.data(), out.data + off);
+            halv_detail::hblurRow(src.data + off, w, taps, pad.data(), rows.data(), out.data + off);
         }
         return out;
     }
@@ -170,8 +170,7 @@ HalvImage enh_gaussian_filter(const HalvImage& src, int size, double sigmaX, dou
 HalvImage add_Weighted(const HalvImage& a, const HalvImage& b, float weight)
 {
     HalvImage out = halv_detail::imageToOverwrite(a);
-    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), halv_detail::WeightedTable(weight),
-                                out.data);
+    halv_detail::addWeightedRow(a.data, b.data, halv_detail::pixelCount(a), weight, out.data);
     return out;
 }
 
@@ -185,11 +184,10 @@ HalvImage enh_unsharp_mask(const HalvImage& src, float amountPercent, int size)
     }
     // The blurred image only ever meets the source row by row: stream it.
     const size_t ws = static_cast<size_t>(src.width);
-    const halv_detail::WeightedTable table(weight);
     BlurStream stream(src.width, src.height, halv_detail::tapsOf(kernel.data(), size), true, rowsOf(src));
     for (int y = 0; y < src.height; ++y) {
         const size_t off = static_cast<size_t>(y) * ws;
-        halv_detail::addWeightedRow(src.data + off, stream.next(), ws, table, out.data + off);
+        halv_detail::addWeightedRow(src.data + off, stream.next(), ws, weight, out.data + off);
     }
     return out;
 }

@@ -6,12 +6,13 @@
 #include <algorithm>
 #include <cstring>
 
-// The blur's row loops (accumulate, roundRow) run across independent pixels
-// and vectorise. On x86-64 they are also built for wider vector units and
-// picked at load time; vector and scalar double arithmetic round alike, so
-// every variant gives the same bytes (no contraction into fused multiply-add
-// either way). A multi-versioned function is called through its resolver and
-// never inlined; elsewhere noinline keeps them out of line (see accumulate).
+// The row loops of the blur and the unsharp mask run across independent
+// pixels in vectors; the diffusion's scans are scalar. On x86-64 they are
+// also built for wider vector units (and more registers) and picked at load
+// time; vector and scalar float and double arithmetic round alike, so every
+// variant gives the same bytes (no contraction into fused multiply-add either
+// way). A multi-versioned function is called through its resolver and never
+// inlined; elsewhere noinline keeps it out of line as well.
 #if defined(__x86_64__) && defined(__GNUC__) && defined(__linux__)
 #define HALV_ROW_LOOP __attribute__((target_clones("avx512f", "avx2", "default")))
 #elif defined(__GNUC__)
@@ -52,37 +53,96 @@ HalvImage imageToOverwrite(const HalvImage& src)
 
 namespace {
 
-// acc[x] += src[x] * k over a row. Kept out of line so that the compiler
-// cannot interchange it with the loop over the taps (which would turn the
-// contiguous row into a gather across rows).
-HALV_ROW_LOOP
-void accumulate(double* __restrict acc, const double* __restrict src, double k, size_t n)
+// Eight lanes: one AVX-512 register of doubles, two AVX ones, four SSE or
+// NEON ones.
+typedef double Doubles __attribute__((vector_size(64)));
+typedef float Floats __attribute__((vector_size(32)));
+typedef int32_t Ints __attribute__((vector_size(32)));
+typedef uint8_t Bytes __attribute__((vector_size(8)));
+constexpr size_t kLanes = 8;
+constexpr size_t kBlock = 4 * kLanes;
+
+// The low byte of my_round((float)sum), without branches: (double)f >= 0 is
+// f >= 0 for a float, and f - 0.5f is f + -0.5f.
+inline uint8_t roundedByte(double sum)
 {
-    for (size_t x = 0; x < n; ++x) {
-        acc[x] += src[x] * k;
+    const float f = static_cast<float>(sum);
+    const float r = f + (f >= 0 ? 0.5f : -0.5f);
+    return static_cast<uint8_t>(halvTruncToInt(r));
+}
+
+// roundedByte of eight sums at once, lane by lane the same operations
+// (halvTruncToInt's out-of-range case included).
+inline void storeRoundedBytes(const Doubles& sums, uint8_t* out)
+{
+    const Floats f = __builtin_convertvector(sums, Floats);
+    const Floats half = f >= 0 ? Floats{} + 0.5f : Floats{} - 0.5f;
+    const Floats r = f + half;
+    const Ints inRange = (r >= -2147483648.0f) & (r < 2147483648.0f);
+    const Floats safe = inRange ? r : Floats{} - 2147483648.0f;
+    const Bytes bytes = __builtin_convertvector(__builtin_convertvector(safe, Ints), Bytes);
+    std::memcpy(out, &bytes, sizeof(bytes));
+}
+
+// out[x] = roundedByte(sum) with sum = 0.0 + rows[0][x] * kernel[0] + ... +
+// rows[count - 1][x] * kernel[count - 1], added in that order, for x in
+// 0 .. n - 1. Blocks of 32 pixels keep their sums in registers across the
+// taps, four independent vectors of them; each pixel's sum is still formed tap
+// by tap in order, so vector and scalar code round alike.
+HALV_ROW_LOOP
+void convolveRow(const double* const* rows, const double* kernel, int count, size_t n, uint8_t* __restrict out)
+{
+    size_t x = 0;
+    for (; x + kBlock <= n; x += kBlock) {
+        Doubles sums[4] = {};
+        for (int t = 0; t < count; ++t) {
+            for (size_t v = 0; v < 4; ++v) {
+                Doubles pixels;
+                std::memcpy(&pixels, rows[t] + x + v * kLanes, sizeof(pixels));
+                sums[v] += pixels * kernel[t];
+            }
+        }
+        for (size_t v = 0; v < 4; ++v) {
+            storeRoundedBytes(sums[v], out + x + v * kLanes);
+        }
+    }
+    for (; x < n; ++x) {
+        double sum = 0.0;
+        for (int t = 0; t < count; ++t) {
+            sum += rows[t][x] * kernel[t];
+        }
+        out[x] = roundedByte(sum);
     }
 }
 
-// out[x] = low byte of my_round((float)acc[x]), written without branches so
-// that it vectorises: (double)f >= 0 is f >= 0 for a float, and f - 0.5f is
-// f + -0.5f.
+// weightedPixel of n pixels, written without branches so that it
+// vectorises: lane by lane the same float operations in the same order, the
+// rounding of my_round and the clamp. halvTruncToInt then the clamp to
+// 0 .. 255 are done on floats: NaN and values outside the int range truncate
+// to INT32_MIN, which clamps to 0; the rest clamp before truncating, to the
+// same byte.
 HALV_ROW_LOOP
-void roundRow(const double* __restrict acc, size_t n, uint8_t* __restrict out)
+void addWeightedPixels(const uint8_t* __restrict a, const uint8_t* __restrict b, size_t n, float weight,
+                       uint8_t* __restrict out)
 {
-    for (size_t x = 0; x < n; ++x) {
-        const float f = static_cast<float>(acc[x]);
-        const float r = f + (f >= 0 ? 0.5f : -0.5f);
-        out[x] = static_cast<uint8_t>(halvTruncToInt(r));
+    const float keep = 1 + weight;
+    const float take = -weight;
+    for (size_t i = 0; i < n; ++i) {
+        const float v = (static_cast<float>(a[i]) * keep + static_cast<float>(b[i]) * take) + 0.0f;
+        const float r = v + (v >= 0 ? 0.5f : -0.5f);
+        const bool inRange = (r >= -2147483648.0f) & (r < 2147483648.0f);
+        float clamped = r < 0 ? 0.0f : r;
+        clamped = clamped >= 255.0f ? 255.0f : clamped;
+        clamped = inRange ? clamped : 0.0f;
+        out[i] = static_cast<uint8_t>(static_cast<int32_t>(clamped));
     }
 }
 
 }  // namespace
 
-void hblurRow(const uint8_t* in, int width, const Taps& taps, double* __restrict pad, double* __restrict acc,
-              uint8_t* out)
+void hblurRow(const uint8_t* in, int width, const Taps& taps, double* __restrict pad, const double** rows, uint8_t* out)
 {
     const size_t n = static_cast<size_t>(width);
-    std::fill(acc, acc + n, 0.0);
     if (taps.count > 0) {
         // pad[i] = in[clamp(i - half)]: the row with its edge pixels repeated
         // half taps to the left and count - 1 - half to the right.
@@ -94,22 +154,16 @@ void hblurRow(const uint8_t* in, int width, const Taps& taps, double* __restrict
         }
         std::fill(pad + half + n, pad + half + n + right, static_cast<double>(in[n - 1]));
     }
-    // Taps outside, pixels inside: every pixel still adds its products in
-    // offset order, and the inner loop runs across independent pixels.
+    // Tap t of pixel x reads pad[x + t].
     for (int t = 0; t < taps.count; ++t) {
-        accumulate(acc, pad + t, taps.kernel[t], n);
+        rows[t] = pad + t;
     }
-    roundRow(acc, n, out);
+    convolveRow(rows, taps.kernel, taps.count, n, out);
 }
 
-void vblurRow(const double* const* rows, int width, const Taps& taps, double* acc, uint8_t* out)
+void vblurRow(const double* const* rows, int width, const Taps& taps, uint8_t* out)
 {
-    const size_t n = static_cast<size_t>(width);
-    std::fill(acc, acc + n, 0.0);
-    for (int t = 0; t < taps.count; ++t) {
-        accumulate(acc, rows[t], taps.kernel[t], n);
-    }
-    roundRow(acc, n, out);
+    convolveRow(rows, taps.kernel, taps.count, static_cast<size_t>(width), out);
 }
 
 uint8_t weightedPixel(uint8_t a, uint8_t b, float weight)
@@ -118,21 +172,9 @@ uint8_t weightedPixel(uint8_t a, uint8_t b, float weight)
     return static_cast<uint8_t>(myClamp(my_round(v), 0, 255));
 }
 
-WeightedTable::WeightedTable(float weight) : table_(size_t{1} << 16)
+void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, float weight, uint8_t* out)
 {
-    for (int a = 0; a < 256; ++a) {
-        for (int b = 0; b < 256; ++b) {
-            table_[static_cast<size_t>(a) << 8 | static_cast<size_t>(b)] =
-                weightedPixel(static_cast<uint8_t>(a), static_cast<uint8_t>(b), weight);
-        }
-    }
-}
-
-void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out)
-{
-    for (size_t i = 0; i < n; ++i) {
-        out[i] = table(a[i], b[i]);
-    }
+    addWeightedPixels(a, b, n, weight, out);
 }
 
 void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256])
@@ -225,7 +267,7 @@ BlurStream::BlurStream(int width, int height, const Taps& taps, bool horizontal,
     dblRing_.resize(static_cast<size_t>(ring_) * w);
     rows_.resize(static_cast<size_t>(ring_));
     pad_.resize(w + static_cast<size_t>(ring_));
-    acc_.resize(w);
+    tapRows_.resize(static_cast<size_t>(ring_));
     hrow_.resize(w);
     out_.resize(w);
 }
@@ -238,7 +280,7 @@ void BlurStream::load(int row)
     srcPtr_[slot] = src;
     const uint8_t* pass = src;
     if (horizontal_) {
-        hblurRow(src, width_, taps_, pad_.data(), acc_.data(), hrow_.data());
+        hblurRow(src, width_, taps_, pad_.data(), tapRows_.data(), hrow_.data());
         pass = hrow_.data();
     }
     double* d = dblRing_.data() + slot * w;
@@ -259,75 +301,200 @@ const uint8_t* BlurStream::next()
         const int r = myClamp(y + t - taps_.half, 0, height_ - 1);
         rows_[static_cast<size_t>(t)] = dblRing_.data() + static_cast<size_t>(r % ring_) * w;
     }
-    vblurRow(rows_.data(), width_, taps_, acc_.data(), out_.data());
+    vblurRow(rows_.data(), width_, taps_, out_.data());
     return out_.data();
 }
 
-EdfRows::EdfRows(int width)
-    : width_(width), a_(static_cast<size_t>(width) + 4, 0.0f), b_(static_cast<size_t>(width) + 4, 0.0f)
+EdfRows::EdfRows(int width) : width_(width), cells_(3 * (static_cast<size_t>(width) + 4), 0.0f)
 {
-    cur_ = a_.data() + 2;
-    nxt_ = b_.data() + 2;
+}
+
+float* EdfRows::row(int offset)
+{
+    return cells_.data() + static_cast<size_t>((first_ + offset) % 3) * (static_cast<size_t>(width_) + 4) + 2;
 }
 
 void EdfRows::advance()
 {
-    std::swap(cur_, nxt_);
-    std::memset(nxt_ - 2, 0, (static_cast<size_t>(width_) + 4) * sizeof(float));
+    std::memset(current() - 2, 0, (static_cast<size_t>(width_) + 4) * sizeof(float));
+    first_ = (first_ + 1) % 3;
 }
 
-void edfRow(const uint8_t* __restrict src, const uint8_t* __restrict above, uint8_t* __restrict out,
-            const float* __restrict cur, float* __restrict nxt, int width, bool interiorRow, float threshold)
+namespace {
+
+// One image row of the diffusion: its bytes, its dots, and whether it is an
+// interior row (0 < y < height - 1).
+struct EdfRow {
+    const uint8_t* src;
+    uint8_t* out;
+    bool interior;
+};
+
+// The constants of the custom error diffusion.
+struct EdfWeights {
+    float take[3];  // what a white dot takes off with 0, 1 or 2 black neighbours
+    float w0;       // (x + 1, y)
+    float w1;       // (x + 2, y)
+    float w2;       // (x - 2, y + 1)
+    float w3;       // (x - 1, y + 1)
+    float w4;       // (x, y + 1)
+    float w5;       // (x + 1, y + 1)
+};
+
+EdfWeights edfWeights()
 {
     // (1 - s) * -255 for s = 0, 0.1427 and 0.1427 + 0.1427, s summed in float:
     // the part of 255 a white dot takes off with 0, 1 or 2 black neighbours.
     // With s = 0 it is -255, which also serves the border's v - 255.
     const float s1 = 0.0f + 0.1427f;
     const float s2 = s1 + 0.1427f;
-    const float take[3] = {(1.0f - 0.0f) * -255.0f, (1.0f - s1) * -255.0f, (1.0f - s2) * -255.0f};
-    const float w0 = 0.505786f;   // (x + 1, y)
-    const float w1 = -0.052926f;  // (x + 2, y)
-    const float w2 = 0.226194f;   // (x - 2, y + 1)
-    const float w3 = 0.128835f;   // (x - 1, y + 1)
-    const float w4 = 0.243191f;   // (x, y + 1)
-    const float w5 = -0.111078f;  // (x + 1, y + 1)
+    return {{(1.0f - 0.0f) * -255.0f, (1.0f - s1) * -255.0f, (1.0f - s2) * -255.0f},
+            0.505786f,
+            -0.052926f,
+            0.226194f,
+            0.128835f,
+            0.243191f,
+            -0.111078f};
+}
 
-    // The errors of the current row's next two cells travel in registers:
-    // a = cell x with everything it has received, b = cell x + 1 without the
-    // share of pixel x. They add up in the order the scan delivers them: the
-    // row above first, then pixel x - 2, then pixel x - 1.
-    float a = cur[0];
-    float b = cur[1];
+// The scan of one row. The errors of its next two cells travel in registers:
+// a = cell x with everything it has received, b = cell x + 1 without the
+// share of pixel x. They add up in the order the scan delivers them: the row
+// above first, then pixel x - 2, then pixel x - 1. So do the errors of the
+// next row's cells x - 1, x and x + 1 (q1, q0 and a fresh one), which hold
+// the shares of the pixels before x; a cell's sum is stored once complete,
+// after pixel x + 2's share, starting from the 0 of a fresh row as before.
+struct EdfScan {
+    EdfRow row;
+    const uint8_t* above;
+    const float* cur;
+    float* nxt;
+    int width;
+    float a = 0.0f;
+    float b = 0.0f;
+    float q2 = 0.0f;  // next row, cell x - 2
+    float q1 = 0.0f;  // cell x - 1
+    float q0 = 0.0f;  // cell x
     uint8_t left = 255;
-    for (int x = 0; x < width; ++x) {
-        const float v = a + static_cast<float>(src[x]);
+
+    // Takes the errors of the first two cells, once they are complete.
+    void start()
+    {
+        a = cur[0];
+        b = cur[1];
+    }
+
+    void step(int x, const EdfWeights& k, float threshold)
+    {
+        const float v = a + static_cast<float>(row.src[x]);
         const bool white = v > threshold;
         int blackNeighbours = 0;
-        if (interiorRow && x >= 1 && x < width - 1) {
+        if (row.interior && x >= 1 && x < width - 1) {
             blackNeighbours = (left == 0) + (above[x] == 0);
         }
         // A black pixel passes v on whole: v + 0 is v, since v (a sum with
         // the byte +0 or more) is never -0. Adding a selected term instead of
         // selecting between two sums keeps the scan free of branches on the
         // pixel values.
-        const float t = take[blackNeighbours];
+        const float t = k.take[blackNeighbours];
         const float e = v + (white ? t : 0.0f);
         const uint8_t o = white ? 255 : 0;
-        out[x] = o;
+        row.out[x] = o;
         left = o;
-        const float p0 = e * w0;
-        const float p1 = e * w1;
-        const float p2 = e * w2;
-        const float p3 = e * w3;
-        const float p4 = e * w4;
-        const float p5 = e * w5;
+        const float p0 = e * k.w0;
+        const float p1 = e * k.w1;
+        const float p2 = e * k.w2;
+        const float p3 = e * k.w3;
+        const float p4 = e * k.w4;
+        const float p5 = e * k.w5;
         a = b + p0;
         b = cur[x + 2] + p1;
-        nxt[x - 2] += p2;
-        nxt[x - 1] += p3;
-        nxt[x] += p4;
-        nxt[x + 1] += p5;
+        nxt[x - 2] = q2 + p2;
+        q2 = q1 + p3;
+        q1 = q0 + p4;
+        q0 = 0.0f + p5;
     }
+
+    // Stores the next row's last cells (and the guard cell after them).
+    void finish()
+    {
+        nxt[width - 2] = q2;
+        nxt[width - 1] = q1;
+        nxt[width] = q0;
+    }
+};
+
+// How far the lower row of a pair trails the upper one: its pixel x reads the
+// upper row's dot x and its errors into cell x + 2, which the upper row's
+// pixels up to x + 4 add to.
+constexpr int kEdfLag = 6;
+
+HALV_ROW_LOOP
+void edfRow(const EdfRow& row, const uint8_t* above, const float* cur, float* nxt, int width, float threshold)
+{
+    const EdfWeights k = edfWeights();
+    EdfScan scan{row, above, cur, nxt, width};
+    scan.start();
+    for (int x = 0; x < width; ++x) {
+        scan.step(x, k, threshold);
+    }
+    scan.finish();
+}
+
+// The two scans' registers outnumber the 16 of SSE and AVX, so the pair is
+// also built for AVX-512 and its 32; scalar float arithmetic gives the same
+// bytes in every build.
+HALV_ROW_LOOP
+void edfRowPair(const EdfRow& upper, const EdfRow& lower, const uint8_t* above, EdfRows& errors, int width,
+                float threshold)
+{
+    const EdfWeights k = edfWeights();
+    EdfScan up{upper, above, errors.current(), errors.next(), width};
+    EdfScan down{lower, upper.out, errors.next(), errors.after(), width};
+    up.start();
+    int lowerX = 0;
+    for (int x = 0; x < width; ++x) {
+        up.step(x, k, threshold);
+        if (x + 1 == width) {
+            up.finish();
+        }
+        if (x == kEdfLag) {
+            down.start();
+        }
+        if (x >= kEdfLag) {
+            down.step(lowerX++, k, threshold);
+        }
+    }
+    if (lowerX == 0) {
+        down.start();
+    }
+    for (; lowerX < width; ++lowerX) {
+        down.step(lowerX, k, threshold);
+    }
+    down.finish();
+}
+
+}  // namespace
+
+EdfStream::EdfStream(int width, int height, float threshold, uint8_t* out, size_t outStride)
+    : width_(width), height_(height), threshold_(threshold), out_(out), outStride_(outStride), errors_(width)
+{
+}
+
+void EdfStream::rows(const uint8_t* src, size_t srcStride, int count)
+{
+    uint8_t* out = out_ + static_cast<size_t>(y_) * outStride_;
+    const uint8_t* above = y_ > 0 ? out - outStride_ : nullptr;
+    const EdfRow upper{src, out, y_ >= 1 && y_ < height_ - 1};
+    if (count == 2) {
+        const EdfRow lower{src + srcStride, out + outStride_, y_ + 1 < height_ - 1};
+        edfRowPair(upper, lower, above, errors_, width_, threshold_);
+        errors_.advance();
+    } else {
+        edfRow(upper, above, errors_.current(), errors_.next(), width_, threshold_);
+    }
+    errors_.advance();
+    y_ += count;
 }
 
 }  // namespace halv_detail

@@ -36,29 +36,19 @@ HalvImage imageToOverwrite(const HalvImage& src);
 
 // One horizontal pass over a row of `width` bytes with edge replication:
 // out[x] = low byte of my_round((float)sum), sum in double over the taps in
-// offset order. `pad` holds width + count - 1 doubles, `acc` width doubles.
-void hblurRow(const uint8_t* in, int width, const Taps& taps, double* pad, double* acc, uint8_t* out);
+// offset order. `pad` holds width + count - 1 doubles, `rows` count pointers.
+void hblurRow(const uint8_t* in, int width, const Taps& taps, double* pad, const double** rows, uint8_t* out);
 
 // One vertical pass: rows[t] is the row at offset t - half (already clamped to
 // the image), converted to double. Same sum and rounding as hblurRow.
-void vblurRow(const double* const* rows, int width, const Taps& taps, double* acc, uint8_t* out);
+void vblurRow(const double* const* rows, int width, const Taps& taps, uint8_t* out);
 
 // The weighted difference of add_Weighted for one pair of bytes:
 // myClamp(my_round(((float)a * (1 + weight) + (float)b * -weight) + 0), 0, 255).
 uint8_t weightedPixel(uint8_t a, uint8_t b, float weight);
 
-// weightedPixel for every pair of bytes, looked up instead of computed.
-class WeightedTable {
-public:
-    explicit WeightedTable(float weight);
-    uint8_t operator()(uint8_t a, uint8_t b) const { return table_[static_cast<size_t>(a) << 8 | b]; }
-
-private:
-    std::vector<uint8_t> table_;
-};
-
-// out[i] = weightedPixel(a[i], b[i], weight) through the table.
-void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, const WeightedTable& table, uint8_t* out);
+// out[i] = weightedPixel(a[i], b[i], weight), in vectors.
+void addWeightedRow(const uint8_t* a, const uint8_t* b, size_t n, float weight, uint8_t* out);
 
 // The 256-entry lookup table of the two-segment gamma curve.
 void buildGammaLut(int split, float gammaLow, float gammaHigh, uint8_t lut[256]);
@@ -96,36 +86,55 @@ private:
     std::vector<double> dblRing_;
     std::vector<const double*> rows_;
     std::vector<double> pad_;
-    std::vector<double> acc_;
+    std::vector<const double*> tapRows_;
     std::vector<uint8_t> hrow_;
     std::vector<uint8_t> out_;
 };
 
-// The two rows of diffusion errors the custom error diffusion needs: its kernel
-// reaches the current row and the next one only. Each row has two guard cells
-// on either side that catch the errors falling off the left and right edges;
-// nothing reads them back into a pixel.
+// The rows of diffusion errors the custom error diffusion needs: its kernel
+// reaches the current row and the next one only, and two rows are diffused at
+// a time, so three rows are kept: the current one, the next and the one after.
+// Each row has two guard cells on either side that catch the errors falling
+// off the left and right edges; nothing reads them back into a pixel.
 class EdfRows {
 public:
     explicit EdfRows(int width);
-    float* current() { return cur_; }
-    float* next() { return nxt_; }
+    float* current() { return row(0); }
+    float* next() { return row(1); }
+    float* after() { return row(2); }
     // Moves to the next image row: its errors become current, and a zeroed row
-    // starts collecting the errors of the row after.
+    // starts collecting the errors of the row after the next.
     void advance();
 
 private:
+    float* row(int offset);
+
     int width_;
-    std::vector<float> a_;
-    std::vector<float> b_;
-    float* cur_;
-    float* nxt_;
+    int first_ = 0;
+    std::vector<float> cells_;
 };
 
-// Diffuses one row. `above` is the output row y - 1 (null on row 0), `cur` the
-// errors already diffused into row y, `nxt` collects those for row y + 1.
-// `interiorRow` is 0 < y < height - 1.
-void edfRow(const uint8_t* src, const uint8_t* above, uint8_t* out, const float* cur, float* nxt, int width,
-            bool interiorRow, float threshold);
+// The custom error diffusion streamed over an image's rows: rows are handed in
+// in order, one or two at a time, and their dots (0 / 255) written into the
+// output image, row y at out + y * outStride. Two rows handed in together are
+// diffused interleaved, the lower one a few pixels behind the upper one: the
+// two scans are independent chains of arithmetic, and the lower row reads the
+// upper row's dots and errors only where the upper row has finished them, so
+// the bytes are those of one row after the other.
+class EdfStream {
+public:
+    EdfStream(int width, int height, float threshold, uint8_t* out, size_t outStride);
+    // Diffuses the next `count` rows (1 or 2), `srcStride` bytes apart.
+    void rows(const uint8_t* src, size_t srcStride, int count);
+
+private:
+    int width_;
+    int height_;
+    float threshold_;
+    uint8_t* out_;
+    size_t outStride_;
+    int y_ = 0;
+    EdfRows errors_;
+};
 
 }  // namespace halv_detail

@@ -3,9 +3,11 @@
 
 #include <fcntl.h>
 #include <sys/statvfs.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <vector>
@@ -70,11 +72,13 @@ std::vector<uint8_t> bitmapHeaders(uint32_t width, uint32_t height, bool eightBi
 }
 
 // 1-bit rows, bottom-up: a blank source byte becomes white (1), ink black.
-void writeOneBitRows(FILE* file, const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
-                     unsigned long width)
+std::vector<uint8_t> oneBitRows(const unsigned char* data, unsigned long bytesPerLine, unsigned long height,
+                                unsigned long width)
 {
     const size_t stride = ((width + 7) / 8 + 3) / 4 * 4;
     std::vector<uint8_t> row(std::max<size_t>(stride, (bytesPerLine + 7) / 8));
+    std::vector<uint8_t> rows;
+    rows.reserve(stride * height);
     for (unsigned long out = 0; out < height; ++out) {
         const unsigned char* source = data + bytesPerLine * (height - 1 - out);
         std::fill(row.begin(), row.end(), 0);
@@ -86,7 +90,37 @@ void writeOneBitRows(FILE* file, const unsigned char* data, unsigned long bytesP
         if (bytesPerLine % 8 != 0) {
             row[bytesPerLine / 8] = static_cast<uint8_t>(row[bytesPerLine / 8] | (0xFF >> (bytesPerLine % 8)));
         }
-        fwrite(row.data(), stride, 1, file);
+        rows.insert(rows.end(), row.begin(), row.begin() + static_cast<long>(stride));
+    }
+    return rows;
+}
+
+// Writes the headers and the pixel data with as few system calls as the
+// kernel allows: one for the whole file unless it takes less.
+void writeFile(int fd, const std::vector<uint8_t>& headers, const unsigned char* pixels, size_t size)
+{
+    iovec parts[2] = {{const_cast<uint8_t*>(headers.data()), headers.size()},
+                      {const_cast<unsigned char*>(pixels), size}};
+    iovec* part = parts;
+    int count = 2;
+    while (count > 0) {
+        const ssize_t written = writev(fd, part, count);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return;
+        }
+        size_t left = static_cast<size_t>(written);
+        while (count > 0 && left >= part->iov_len) {
+            left -= part->iov_len;
+            ++part;
+            --count;
+        }
+        if (count > 0) {
+            part->iov_base = static_cast<unsigned char*>(part->iov_base) + left;
+            part->iov_len -= left;
+        }
     }
 }
 
@@ -112,17 +146,9 @@ bool roomFor(const std::string& directory, uint64_t bytes)
 
 // A new file only: captures hold users' documents, so they are private, never
 // replace an existing file and never follow a symbolic link.
-FILE* createCaptureFile(const char* path)
+int createCaptureFile(const char* path)
 {
-    const int fd = open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        return nullptr;
-    }
-    FILE* file = fdopen(fd, "wb+");
-    if (file == nullptr) {
-        close(fd);
-    }
-    return file;
+    return open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
 }
 
 }  // namespace
@@ -148,19 +174,19 @@ void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLi
     const uint64_t size =
         kHeadersSize + (eightBits ? kPalette8Size + uint64_t{width} * height
                                   : kPalette1Size + uint64_t{height} * (((width + 7) / 8 + 3) / 4 * 4));
-    FILE* file = roomFor(captureDirectory_, size) ? createCaptureFile(path.c_str()) : nullptr;
-    if (file == nullptr) {
+    const int fd = roomFor(captureDirectory_, size) ? createCaptureFile(path.c_str()) : -1;
+    if (fd < 0) {
         fprintf(stderr, "KorvoPrinter::saveImage: unable to open the file %s\n", path.c_str());
         return;
     }
     const std::vector<uint8_t> headers =
         bitmapHeaders(static_cast<uint32_t>(width), static_cast<uint32_t>(height), eightBits);
-    fwrite(headers.data(), headers.size(), 1, file);
     if (eightBits) {
         // The rows as they lie in memory, width bytes each, unpadded.
-        fwrite(data, width * height, 1, file);
+        writeFile(fd, headers, data, width * height);
     } else {
-        writeOneBitRows(file, data, bytesPerLine, height, width);
+        const std::vector<uint8_t> rows = oneBitRows(data, bytesPerLine, height, width);
+        writeFile(fd, headers, rows.data(), rows.size());
     }
-    fclose(file);
+    close(fd);
 }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <cstring>
 
 #include "common/KorvoCancel.h"
@@ -17,15 +16,14 @@ bool isTattooType(DitherType type)
 }  // namespace
 
 int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
-                              unsigned char* out, size_t outCapacity)
+                              unsigned char* out)
 {
     // The printer's own halftone type decides the path, not the argument.
     const bool useTattoo = isTattooType(getHalftoneType());
     setUseHalvDithering(useTattoo);
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: HALV dithering is %s", useTattoo ? "enabled" : "disabled");
 
-    if (!pageImage_.CreateFromArray(rows, static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8,
-                                    static_cast<uint32_t>(stride), false)) {
+    if (!loadPage(rows, stride, width, height)) {
         korvoLogCommon(KORVO_LOG_CRIT, "dibimage.CreateFromArray with grey failed!");
         // The image pimage pointed at may already hold an earlier page's
         // packed rows: never print it again.
@@ -75,12 +73,36 @@ int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_
         EnableAntiWrink(*pimage);
     }
 
+    // The processed image is what is captured and printed. The output
+    // buffer's copy of it in the printer's byte convention (index 1 as 255)
+    // is read by no one, so it is not written and its memory never
+    // committed; its length is reported as it always was.
     const int32_t finalStride = static_cast<int32_t>(pimage->GetEffWidth());
-    copyProcessedPixels(pimage, out, static_cast<int32_t>(pimage->GetWidth()),
-                        static_cast<int32_t>(pimage->GetHeight()), finalStride, outCapacity);
     const int32_t length = static_cast<int32_t>(static_cast<uint32_t>(height) * static_cast<uint32_t>(finalStride));
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
     return length;
+}
+
+// The page image: the rows' own block when they are laid out as the image
+// keeps them, otherwise a copy, the rows handed back as they are copied so
+// that the page and its copy are never both whole in memory.
+bool KorvoPrinter::loadPage(const unsigned char* rows, int32_t stride, int32_t width, int32_t height)
+{
+    const auto w = static_cast<uint32_t>(width);
+    const auto h = static_cast<uint32_t>(height);
+    const auto bytesPerLine = static_cast<uint32_t>(stride);
+    if (pageRows_ == nullptr) {
+        return pageImage_.CreateFromArray(rows, w, h, 8, bytesPerLine, false);
+    }
+    if (DibImage::CanAdoptGrayRows(w, h, bytesPerLine)) {
+        if (void* block = pageRows_->handOverBlock()) {
+            pageImage_.AdoptGrayRows(block, w, h);
+            return true;
+        }
+    }
+    return pageImage_.CreateFromArray(rows, w, h, 8, bytesPerLine, false, [this, bytesPerLine](uint32_t copied) {
+        pageRows_->copiedUpTo(size_t{copied} * bytesPerLine);
+    });
 }
 
 // Halftones the page image with the tattoo toolkit into the halftone image.
@@ -91,18 +113,21 @@ bool KorvoPrinter::halftoneWithTattooToolkit(DitherType type, int32_t stride, in
     korvoLogCommon(KORVO_LOG_DEBUG,
                    "PageProcess: Copied pixels to the output buffer for HALV dithering, with stride %d, EffWidth %d",
                    stride, static_cast<int32_t>(pageImage_.GetEffWidth()));
-    bool loaded = false;
-    {
-        // The toolkit reads width x height bytes: rows width bytes apart.
-        HalvImage source(width, height, HALV_IMG_GRAY, out);
-        const HalvImage result = type == DITHER_TATTOO_Q6 ? halvTattooDitheringQ6(source) : halvTattooDithering(source);
-        const int32_t resultStride = (result.width + 3) / 4 * 4;
-        korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Applied HALV dithering with stride %d, width %d", resultStride,
-                       width);
-        loaded = halftoneImage_.CreateFromArray(result.data, static_cast<uint32_t>(width),
-                                                static_cast<uint32_t>(height), 8, static_cast<uint32_t>(width), false);
+    // The copy is all the toolkit reads: the page image's memory can go.
+    pageImage_.Destroy();
+    // The toolkit reads width x height bytes, rows width bytes apart, and
+    // writes straight into the halftone image's rows.
+    const bool created =
+        halftoneImage_.Create(static_cast<uint32_t>(width), static_cast<uint32_t>(height), 8, 0) != nullptr;
+    if (created) {
+        halftoneImage_.SetGrayPalette();
+        halvTattooInto(out, width, height, type == DITHER_TATTOO_Q6, halftoneImage_.GetBits(0),
+                       halftoneImage_.GetEffWidth());
     }
-    if (!loaded) {
+    const int32_t resultStride = (width + 3) / 4 * 4;
+    korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Applied HALV dithering with stride %d, width %d", resultStride,
+                   width);
+    if (!created) {
         korvoLogCommon(KORVO_LOG_ERROR, "PageProcess: Failed to create a new DibImage from HALV dithered data");
         return false;
     }
@@ -123,33 +148,6 @@ void KorvoPrinter::copyPixels(DibImage& image, unsigned char* out, int32_t width
         }
         for (int32_t x = 0; x < width; ++x) {
             line[x] = image.GetPixelIndex(x, y);
-        }
-    }
-}
-
-// The printer's byte convention for the output buffer: index 1 becomes 255,
-// then a negative page is complemented once more.
-void KorvoPrinter::copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
-                                       int32_t stride, size_t outCapacity)
-{
-    unsigned char convert[256];
-    for (int v = 0; v < 256; ++v) {
-        const unsigned char mapped = v == 1 ? 255 : static_cast<unsigned char>(v);
-        convert[v] = isNegativePrint() ? static_cast<unsigned char>(~mapped) : mapped;
-    }
-    for (int32_t y = 0; y < height; ++y) {
-        const size_t lineStart = static_cast<size_t>(y) * static_cast<size_t>(stride);
-        if (lineStart + static_cast<size_t>(width) > outCapacity) {
-            return;
-        }
-        unsigned char* line = out + lineStart;
-        if (image->GetBpp() == 8) {
-            const unsigned char* source = image->GetBits(0) + static_cast<size_t>(y) * image->GetEffWidth();
-            std::transform(source, source + width, line, [&convert](unsigned char v) { return convert[v]; });
-            continue;
-        }
-        for (int32_t x = 0; x < width; ++x) {
-            line[x] = convert[image->GetPixelIndex(x, y)];
         }
     }
 }

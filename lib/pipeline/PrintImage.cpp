@@ -3,6 +3,7 @@
 
 #include "common/KorvoCancel.h"
 #include "common/KorvoLog.h"
+#include "common/PageMemory.h"
 #include "pipeline/BlankLines.h"
 #include "printer/KorvoPrinter.h"
 
@@ -16,6 +17,22 @@ struct BlankEdges {
 
 constexpr unsigned char kMeasureBottom = 0x08;
 constexpr unsigned char kMeasureTop = 0x02;
+
+// The result block: page memory when it is page-sized, so that it is
+// committed only where it is written, with huge pages.
+unsigned char* allocateResult(size_t bytes)
+{
+    return static_cast<unsigned char*>(bytes >= kPageMemoryMinimum ? pageMemoryAcquire(bytes, false) : malloc(bytes));
+}
+
+void freeResult(unsigned char* result, size_t bytes)
+{
+    if (bytes >= kPageMemoryMinimum) {
+        pageMemoryRelease(result);
+    } else {
+        free(result);
+    }
+}
 
 }  // namespace
 
@@ -56,7 +73,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
         saveImage(rows, bytesPerLine, height, width, 8);
 
         const size_t resultSize = 2 * size;
-        result = static_cast<unsigned char*>(malloc(resultSize));
+        result = allocateResult(resultSize);
         if (result == nullptr) {
             korvoLogCommon(KORVO_LOG_ERROR,
                            "printImage: Memory allocation for processing result failed, unable to continue processing");
@@ -64,7 +81,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             korvoLogCommon(KORVO_LOG_DEBUG,
                            "printImage: Memory for processing result allocated successfully, size: %zu bytes", size);
             PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
-                        static_cast<int32_t>(height), result, resultSize);
+                        static_cast<int32_t>(height), result);
             logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
             if (!korvoJobCancelled()) {
                 printProcessedImage();
@@ -80,8 +97,13 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
     if (result != nullptr) {
         korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Freed the memory for processing result, address: %p",
                        static_cast<void*>(result));
-        free(result);
+        freeResult(result, 2 * size);
     }
+    // The page is printed: the memory of its images serves the next page,
+    // and nothing of it can be printed again.
+    pageImage_.Destroy();
+    halftoneImage_.Destroy();
+    pimage = nullptr;
     korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Image processing completed");
 }
 

@@ -17,6 +17,7 @@
 
 #include "common/DitherType.h"
 #include "dibimage/DibImage.h"
+#include "printer/PageRows.h"
 
 class KorvoPrinter {
 public:
@@ -74,11 +75,16 @@ public:
 
     // Page pipeline: one call per raster page of 8-bit gray rows.
     void printImage(const unsigned char* rows, size_t bytesPerLine, size_t height, size_t width);
-    // Processes the page into pimage and copies the result into out, never
-    // more than outCapacity bytes.
+    // Processes the page into pimage; the tattoo types work on a copy of the
+    // page in out (height rows, stride bytes apart). Returns the processed
+    // image's size in bytes.
     int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
-                    unsigned char* out, size_t outCapacity = SIZE_MAX);
+                    unsigned char* out);
     void EnableAntiWrink(DibImage& image);
+    // The memory of the rows the next printImage calls are given, which
+    // PageProcess may take over or have given back as it copies them (not
+    // owned; null when the rows are only to be read).
+    void setPageRows(PageRows* rows) { pageRows_ = rows; }
     void saveImage(const unsigned char* data, unsigned long bytesPerLine, unsigned long height, unsigned long width,
                    unsigned short bitsPerPixel);
 
@@ -103,8 +109,7 @@ protected:
 
 private:
     void copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride);
-    void copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height, int32_t stride,
-                             size_t outCapacity);
+    bool loadPage(const unsigned char* rows, int32_t stride, int32_t width, int32_t height);
     bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height, unsigned char* out);
     void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width, size_t top,
                            size_t bottom);
@@ -115,6 +120,7 @@ private:
     char capturePathTemplate_[1024];
     std::string captureDirectory_ = "/var/spool/cups/tmp";
     std::list<FILE*> outputStreams_;
+    PageRows* pageRows_ = nullptr;
     cups_page_header2_s* pageHdr_ = nullptr;
     int maxMediaWidth_ = 0;
     long printWidth_ = 0;

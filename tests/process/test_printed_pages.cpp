@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Printed pages through the filter, every dot compared with the literal page
-// reference: every halftone type, the transforms, the anti-wrinkle frame, the
-// print area and the row packets, and tattoo pages whose halftoning never
-// ends without the toolkit's guards.
+// reference: every halftone type, the transforms, random page shapes for the
+// optimised kernels, the anti-wrinkle frame, the print area and the row
+// packets, and tattoo pages whose halftoning never ends without the toolkit's
+// guards.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <ctime>
+#include <random>
 
 #include "PrintedPages.h"
 #include "TattooReference.h"
@@ -34,6 +36,30 @@ TEST(PrintedPages, EveryDitherTypeMatchesTheReference)
 {
     for (int type = 0; type <= 7; ++type) {
         printAndCompare({.pages = smallPages(uint32_t(type))}, {.halftoneType = type});
+    }
+}
+
+// The optimised kernels (vector rows, interleaved diffusion rows, pages
+// loaded and released in bands) on random shapes, from one pixel to past
+// every vector width and band, as the literal reference prints them.
+TEST(PrintedPages, RandomShapesMatchTheReference)
+{
+    std::mt19937 random(20261123);
+    std::vector<RasterPage> pages;
+    for (uint32_t i = 0; i < 24; ++i) {
+        const unsigned width = 1 + random() % 70;
+        const unsigned height = 1 + random() % 20;
+        pages.push_back(grayPage(width, height, i % 2 ? 203 : 300, i % 3 ? photoShade(i) : randomShade(i), "w288h432"));
+    }
+    pages.push_back(grayPage(1001, 2200, 300, photoShade(25)));
+    pages.push_back(grayPage(2480, 23, 203, randomShade(26)));
+    const pageref::JobSettings transforms[] = {{}, {0, 30, -20, true, true, true}};
+    for (int type = 0; type <= 9; ++type) {
+        for (pageref::JobSettings settings : transforms) {
+            settings.halftoneType = type;
+            settings.antiWrinkle = type >= 8 ? 0 : -1;
+            printAndCompare({.ppd = type >= 8 ? "korvk5.ppd" : "korvr27.ppd", .pages = pages}, settings);
+        }
     }
 }
 
