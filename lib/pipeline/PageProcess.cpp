@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cstring>
 
 #include "common/KorvoCancel.h"
@@ -16,7 +17,7 @@ bool isTattooType(DitherType type)
 }  // namespace
 
 int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
-                              unsigned char* out)
+                              unsigned char* out, size_t outCapacity)
 {
     // The printer's own halftone type decides the path, not the argument.
     const bool useTattoo = isTattooType(getHalftoneType());
@@ -73,11 +74,9 @@ int KorvoPrinter::PageProcess(DitherType type, const unsigned char* rows, int32_
         EnableAntiWrink(*pimage);
     }
 
-    // The processed image is what is captured and printed. The output
-    // buffer's copy of it in the printer's byte convention (index 1 as 255)
-    // is read by no one, so it is not written and its memory never
-    // committed; its length is reported as it always was.
     const int32_t finalStride = static_cast<int32_t>(pimage->GetEffWidth());
+    copyProcessedPixels(pimage, out, static_cast<int32_t>(pimage->GetWidth()),
+                        static_cast<int32_t>(pimage->GetHeight()), finalStride, outCapacity);
     const int32_t length = static_cast<int32_t>(static_cast<uint32_t>(height) * static_cast<uint32_t>(finalStride));
     korvoLogCommon(KORVO_LOG_DEBUG, "PageProcess: Filled the output buffer with processed pixels, length: %d", length);
     return length;
@@ -148,6 +147,33 @@ void KorvoPrinter::copyPixels(DibImage& image, unsigned char* out, int32_t width
         }
         for (int32_t x = 0; x < width; ++x) {
             line[x] = image.GetPixelIndex(x, y);
+        }
+    }
+}
+
+// The printer's byte convention for the output buffer: index 1 becomes 255,
+// then a negative page is complemented once more.
+void KorvoPrinter::copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
+                                       int32_t stride, size_t outCapacity)
+{
+    unsigned char convert[256];
+    for (int v = 0; v < 256; ++v) {
+        const unsigned char mapped = v == 1 ? 255 : static_cast<unsigned char>(v);
+        convert[v] = isNegativePrint() ? static_cast<unsigned char>(~mapped) : mapped;
+    }
+    for (int32_t y = 0; y < height; ++y) {
+        const size_t lineStart = static_cast<size_t>(y) * static_cast<size_t>(stride);
+        if (lineStart + static_cast<size_t>(width) > outCapacity) {
+            return;
+        }
+        unsigned char* line = out + lineStart;
+        if (image->GetBpp() == 8) {
+            const unsigned char* source = image->GetBits(0) + static_cast<size_t>(y) * image->GetEffWidth();
+            std::transform(source, source + width, line, [&convert](unsigned char v) { return convert[v]; });
+            continue;
+        }
+        for (int32_t x = 0; x < width; ++x) {
+            line[x] = convert[image->GetPixelIndex(x, y)];
         }
     }
 }

@@ -81,7 +81,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             korvoLogCommon(KORVO_LOG_DEBUG,
                            "printImage: Memory for processing result allocated successfully, size: %zu bytes", size);
             PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
-                        static_cast<int32_t>(height), result);
+                        static_cast<int32_t>(height), result, resultSize);
             logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
             if (!korvoJobCancelled()) {
                 printProcessedImage();

@@ -75,11 +75,12 @@ public:
 
     // Page pipeline: one call per raster page of 8-bit gray rows.
     void printImage(const unsigned char* rows, size_t bytesPerLine, size_t height, size_t width);
-    // Processes the page into pimage; the tattoo types work on a copy of the
-    // page in out (height rows, stride bytes apart). Returns the processed
-    // image's size in bytes.
+    // Processes the page into pimage and copies the result into out, in the
+    // printer's byte convention, never more than outCapacity bytes (the
+    // tattoo types work on a copy of the page there first). Returns the
+    // processed image's size in bytes.
     int PageProcess(DitherType type, const unsigned char* rows, int32_t stride, int32_t width, int32_t height,
-                    unsigned char* out);
+                    unsigned char* out, size_t outCapacity = SIZE_MAX);
     void EnableAntiWrink(DibImage& image);
     // The memory of the rows the next printImage calls are given, which
     // PageProcess may take over or have given back as it copies them (not
@@ -109,6 +110,8 @@ protected:
 
 private:
     void copyPixels(DibImage& image, unsigned char* out, int32_t width, int32_t height, int32_t stride);
+    void copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height, int32_t stride,
+                             size_t outCapacity);
     bool loadPage(const unsigned char* rows, int32_t stride, int32_t width, int32_t height);
     bool halftoneWithTattooToolkit(DitherType type, int32_t stride, int32_t width, int32_t height, unsigned char* out);
     void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width, size_t top,
