@@ -62,12 +62,12 @@ void installCancelHandler()
     signal(SIGPIPE, SIG_IGN);
 }
 
-// Keep freed page-sized blocks in the heap so that the next page reuses
-// memory that is already mapped instead of faulting in fresh pages.
-void keepPageBuffersMapped()
+// Blocks below 32 MiB come from the heap, so that the page's work block,
+// which is never written, costs no mapping of its own; freed memory at the
+// top of the heap still goes back to the system as usual.
+void tuneHeap()
 {
     mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
-    mallopt(M_TRIM_THRESHOLD, 1024 * 1024 * 1024);
 }
 
 void printUsage(const char* argv0)
@@ -171,7 +171,7 @@ int runFilter(int argc, char* argv[], const FilterEnvironment& environment)
         printUsage(argv[0]);
         return 1;
     }
-    keepPageBuffersMapped();
+    tuneHeap();
 
     int fd = 0;
     if (argc > 6) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr size_t kChunk = 256 * 1024;
+constexpr size_t kChunk = 64 * 1024;
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
@@ -30,27 +31,27 @@ Pool& pool()
     return instance;
 }
 
-// Fits a block to a request of `bytes`: only the whole huge pages within it
-// take huge pages, so that a partly used last one does not commit 2 MiB, and
-// memory past the request goes back to the system.
-void fitBlock(const Block& block, size_t bytes)
+// Fits a block to the `written` bytes at its start: only the whole huge
+// pages within them take huge pages, so that a partly written last one does
+// not commit 2 MiB, and memory past them goes back to the system.
+void fitBlock(const Block& block, size_t written)
 {
-    const size_t whole = bytes / kHugePage * kHugePage;
-    const size_t used = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+    const size_t whole = written / kHugePage * kHugePage;
+    const size_t touched = (written + kHugePage - 1) / kHugePage * kHugePage;
     if (whole > 0) {
         madvise(block.data, whole, MADV_HUGEPAGE);
     }
     if (whole < block.capacity) {
         madvise(block.data + whole, block.capacity - whole, MADV_NOHUGEPAGE);
     }
-    if (used < block.capacity) {
-        madvise(block.data + used, block.capacity - used, MADV_DONTNEED);
+    if (touched < block.capacity) {
+        madvise(block.data + touched, block.capacity - touched, MADV_DONTNEED);
     }
 }
 
 // A block on a huge page boundary: one huge page more than needed is mapped
 // and what lies outside the aligned block given back.
-Block mapBlock(size_t bytes)
+Block mapBlock(size_t bytes, size_t written)
 {
     const size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
     if (rounded < bytes) {
@@ -69,7 +70,7 @@ Block mapBlock(size_t bytes)
     }
     munmap(aligned + rounded, kHugePage - static_cast<size_t>(aligned - start));
     const Block block{aligned, rounded};
-    fitBlock(block, bytes);
+    fitBlock(block, written);
     return block;
 }
 
@@ -83,15 +84,16 @@ void unmapBlock(Block& block)
 
 }  // namespace
 
-void* pageMemoryAcquire(size_t bytes, bool zeroed)
+void* pageMemoryAcquire(size_t bytes, bool zeroed, size_t written)
 {
+    written = zeroed ? bytes : std::min(bytes, written);
     Pool& p = pool();
     std::lock_guard<std::mutex> guard(p.lock);
     Block block;
     if (p.kept.capacity >= bytes && p.kept.capacity / 4 <= bytes) {
         block = p.kept;
         p.kept = {};
-        fitBlock(block, bytes);
+        fitBlock(block, written);
         if (zeroed) {
             memset(block.data, 0, bytes);
         }
@@ -101,7 +103,7 @@ void* pageMemoryAcquire(size_t bytes, bool zeroed)
         if (p.kept.capacity < bytes) {
             unmapBlock(p.kept);
         }
-        block = mapBlock(bytes);
+        block = mapBlock(bytes, written);
         if (block.data == nullptr) {
             return nullptr;
         }

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 // Requests from this size up are worth a block of their own; smaller ones
 // are better served by malloc.
@@ -20,8 +21,10 @@ constexpr size_t kPageMemoryMinimum = size_t(2) << 20;
 
 // A block of at least `bytes` bytes, or nullptr when the address space cannot
 // be had. With `zeroed` every byte reads 0, otherwise the contents are
-// undefined.
-void* pageMemoryAcquire(size_t bytes, bool zeroed);
+// undefined. `written` is how much of its start the caller expects to write
+// (all of it by default): only that part is given huge pages, so that a
+// block mostly left untouched commits no more than is written.
+void* pageMemoryAcquire(size_t bytes, bool zeroed, size_t written = SIZE_MAX);
 
 // Gives back a block of pageMemoryAcquire; nullptr is ignored.
 void pageMemoryRelease(void* block);

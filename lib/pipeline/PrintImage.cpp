@@ -19,10 +19,22 @@ constexpr unsigned char kMeasureBottom = 0x08;
 constexpr unsigned char kMeasureTop = 0x02;
 
 // The result block: page memory when it is page-sized, so that it is
-// committed only where it is written, with huge pages.
+// committed only where it is written (the page, usually its first half),
+// with huge pages.
 unsigned char* allocateResult(size_t bytes)
 {
-    return static_cast<unsigned char*>(bytes >= kPageMemoryMinimum ? pageMemoryAcquire(bytes, false) : malloc(bytes));
+    return static_cast<unsigned char*>(bytes >= kPageMemoryMinimum ? pageMemoryAcquire(bytes, false, bytes / 2)
+                                                                   : malloc(bytes));
+}
+
+// Nothing reads the result block after it has been logged: its memory goes
+// back to the system before the page is captured and sent, while the block
+// itself is freed with the page.
+void discardResult(unsigned char* result, size_t bytes)
+{
+    if (bytes >= kPageMemoryMinimum) {
+        pageMemoryDiscard(result, bytes);
+    }
 }
 
 void freeResult(unsigned char* result, size_t bytes)
@@ -83,6 +95,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
                         static_cast<int32_t>(height), result, resultSize);
             logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
+            discardResult(result, resultSize);
             if (!korvoJobCancelled()) {
                 printProcessedImage();
             }
