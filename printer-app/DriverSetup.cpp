@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kDarknessLevels = 16;     // print densities 0..15
+constexpr int kDarknessLevels = 16;      // print densities 0..15
 constexpr int kDarknessConfigured = 50;  // with print-darkness 0: Middle
 constexpr int kPagesPerMinute = 1;
 
@@ -61,8 +61,7 @@ void setMedia(const KorvoDriver& driver, pappl_pr_driver_data_t& data)
     data.source[0] = driver.model->stencil ? "main" : "main-roll";
     data.num_type = 1;
     data.type[0] = driver.model->stencil ? "stationery" : "labels";
-    data.tracking_supported =
-        PAPPL_MEDIA_TRACKING_CONTINUOUS | PAPPL_MEDIA_TRACKING_GAP | PAPPL_MEDIA_TRACKING_MARK;
+    data.tracking_supported = PAPPL_MEDIA_TRACKING_CONTINUOUS | PAPPL_MEDIA_TRACKING_GAP | PAPPL_MEDIA_TRACKING_MARK;
     setReadyMedia(data);
 }
 
@@ -71,7 +70,7 @@ void setPrinting(const KorvoDriver& driver, pappl_pr_driver_data_t& data)
     papplCopyString(data.make_and_model, driver.description, sizeof(data.make_and_model));
     data.ppm = kPagesPerMinute;
     data.kind = driver.model->stencil ? PAPPL_KIND_DOCUMENT : PAPPL_KIND_LABEL | PAPPL_KIND_RECEIPT | PAPPL_KIND_ROLL;
-    data.orient_default = IPP_ORIENT_NONE;
+    data.orient_default = IPP_ORIENT_PORTRAIT;
     data.color_supported = PAPPL_COLOR_MODE_MONOCHROME;
     data.color_default = PAPPL_COLOR_MODE_MONOCHROME;
     data.content_default = PAPPL_CONTENT_AUTO;
@@ -136,6 +135,21 @@ void addHalftoneTypes(ipp_t* attributes, const KorvoDriver& driver)
     }
 }
 
+// What IPP Everywhere asks of a printer and PAPPL leaves to the driver.
+// The paper is the printers' one supply; they do not report its level.
+void addEverywhereAttributes(ipp_t* attributes)
+{
+    static const char* const kOverrides[] = {"document-number", "pages"};
+    ippAddBoolean(attributes, IPP_TAG_PRINTER, "preferred-attributes-supported", 0);
+    ippAddStrings(attributes, IPP_TAG_PRINTER, IPP_TAG_KEYWORD, "overrides-supported", 2, nullptr, kOverrides);
+    ippAddString(attributes, IPP_TAG_PRINTER, IPP_TAG_KEYWORD, "print-rendering-intent-default", nullptr, "auto");
+    ippAddString(attributes, IPP_TAG_PRINTER, IPP_TAG_KEYWORD, "print-rendering-intent-supported", nullptr, "auto");
+    ippAddString(attributes, IPP_TAG_PRINTER, IPP_TAG_KEYWORD, "pwg-raster-document-sheet-back", nullptr, "normal");
+    const char supply[] = "index=1;class=supplyThatIsConsumed;type=other;unit=percent;maxcapacity=100;level=-2;";
+    ippAddOctetString(attributes, IPP_TAG_PRINTER, "printer-supply", supply, sizeof(supply) - 1);
+    ippAddString(attributes, IPP_TAG_PRINTER, IPP_TAG_TEXT, "printer-supply-description", nullptr, "Paper");
+}
+
 ipp_t* driverAttributes(const KorvoDriver& driver)
 {
     ipp_t* attributes = ippNew();
@@ -148,14 +162,14 @@ ipp_t* driverAttributes(const KorvoDriver& driver)
     if (driver.model->stencil) {
         addRange(attributes, kAntiWrinkle, 0, kAntiWrinkleLimit, 0);
     }
-    ippAddBoolean(attributes, IPP_TAG_PRINTER, "preferred-attributes-supported", 0);
+    addEverywhereAttributes(attributes);
     return attributes;
 }
 
 }  // namespace
 
-bool korvoDriverSetup(pappl_system_t*, const char* driverName, const char*, const char*,
-                      pappl_pr_driver_data_t* data, ipp_t** attributes, void*)
+bool korvoDriverSetup(pappl_system_t*, const char* driverName, const char*, const char*, pappl_pr_driver_data_t* data,
+                      ipp_t** attributes, void*)
 {
     const KorvoDriver* driver = findDriver(driverName);
     if (driver == nullptr) {

@@ -16,8 +16,7 @@
 #include "Settings.h"
 
 struct KorvoJob {
-    KorvoJob(pappl_job_t* job, const KorvoDriver& driver, const pappl_pr_options_t& options,
-             pappl_device_t* device);
+    KorvoJob(pappl_job_t* job, const KorvoDriver& driver, const pappl_pr_options_t& options, pappl_device_t* device);
 
     // Takes the page's header, its size named as the PPDs name it (from the
     // header's PWG name, else the job's media). Whether the page fits the

@@ -88,7 +88,8 @@ std::string defaultStateFile()
     }
     const char* config = getenv("XDG_CONFIG_HOME");
     const char* home = getenv("HOME");
-    const std::string directory = config != nullptr ? config : std::string(home != nullptr ? home : "/tmp") + "/.config";
+    const std::string directory =
+        config != nullptr ? config : std::string(home != nullptr ? home : "/tmp") + "/.config";
     return directory + "/" + kName + ".state";
 }
 
@@ -123,11 +124,10 @@ pappl_system_t* korvoSystem(int optionCount, cups_option_t* options, void* conte
     const Options option(optionCount, options);
     const char* port = option.get("server-port");
     const char* spool = option.get("spool-directory", defaultSpoolDirectory());
-    pappl_system_t* system =
-        papplSystemCreate(systemOptions(option.get("server-options")), "Korvo Printer Application",
-                          port != nullptr ? atoi(port) : kDefaultPort, "_print,_universal", spool,
-                          option.get("log-file", "-"), logLevel(option.get("log-level", "info")),
-                          option.get("auth-service"), false);
+    pappl_system_t* system = papplSystemCreate(systemOptions(option.get("server-options")), "Korvo Printer Application",
+                                               port != nullptr ? atoi(port) : kDefaultPort, "_print,_universal", spool,
+                                               option.get("log-file", "-"), logLevel(option.get("log-level", "info")),
+                                               option.get("auth-service"), false);
     if (system == nullptr) {
         return nullptr;
     }

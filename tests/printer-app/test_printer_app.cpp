@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: Apache-2.0
+// korvo-printer-app as a server: jobs print exactly what the filter prints
+// for the same 8-bit pages and settings, images print, the printer's
+// paper-out shows and clears, a job cancelled in the wait ends promptly, a
+// bad document ends its job only, ipptool's IPP Everywhere test passes for
+// every driver, and a CUPS queue made with -m everywhere prints.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include "AppServer.h"
+#include "Job.h"
+#include "PrivateCupsd.h"
+
+using namespace korvotest;
+
+namespace {
+
+struct Printer {
+    const char* name;
+    const char* driver;
+    const char* ppd;
+    unsigned dpi;
+};
+
+const Printer kPrinters[] = {
+    {"r27-203", "korvo_r27_203", "korvr27.ppd", 203},   {"r27-300", "korvo_r27_300", "korvr27.ppd", 300},
+    {"v315-203", "korvo_v315_203", "korv315.ppd", 203}, {"v315-300", "korvo_v315_300", "korv315.ppd", 300},
+    {"k5", "korvo_k5_300", "korvk5.ppd", 300},          {"q6", "korvo_q6_300", "korvq6.ppd", 300},
+};
+
+// A job's settings as IPP attributes and as the filter's PPD options. The
+// application's label mode is tear-off, the filter's is chosen to match.
+struct Settings {
+    const Printer& printer;
+    const char* ipp;
+    const char* ppd;
+};
+
+const Settings kSettings[] = {
+    {kPrinters[4], "-o korvo-anti-wrinkle=2 -o korvo-mirror=true",
+     "HalftoneType=Tattoo AntiWrinkle=2 MirrorImage=True"},
+    {kPrinters[5], "-o korvo-rotate-180=true -o korvo-brightness=20",
+     "HalftoneType=Tattoo_Q6 Origin=Rotation180 Brightness=20"},
+    {kPrinters[0], "-o korvo-negative=true", "HalftoneType=None NegativeImage=True"},
+    {kPrinters[1], "-o korvo-halftone-type=FloydSteinberg -o korvo-contrast=-30",
+     "HalftoneType=FloydSteinberg Contrast=-30"},
+    {kPrinters[2], "-o korvo-halftone-type=Ordered", "HalftoneType=Ordered"},
+    {kPrinters[3], "-o korvo-halftone-type=Burkes -o print-darkness=100", "HalftoneType=Burkes Darkness=Dark"},
+    {kPrinters[4], "-o korvo-halftone-type=Stucki", "HalftoneType=Stucki"},
+    {kPrinters[5], "-o korvo-halftone-type=JarvisJudiceNinke -o print-darkness=-100",
+     "HalftoneType=JarvisJudiceNinke Darkness=Light"},
+    {kPrinters[1], "-o korvo-halftone-type=Sierra", "HalftoneType=Sierra"},
+    {kPrinters[3], "-o korvo-halftone-type=StevensonArce", "HalftoneType=StevensonArce"},
+};
+
+// The same pages in PWG raster: black 8-bit, the size under its PWG name.
+void writePwgRaster(const std::string& path, std::vector<RasterPage> pages)
+{
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    cups_raster_t* raster = cupsRasterOpen(fd, CUPS_RASTER_WRITE_PWG);
+    for (RasterPage& page : pages) {
+        strcpy(page.header.cupsPageSizeName, "iso_a4_210x297mm");
+        cupsRasterWriteHeader2(raster, &page.header);
+        cupsRasterWritePixels(raster, page.pixels.data(), static_cast<unsigned>(page.pixels.size()));
+    }
+    cupsRasterClose(raster);
+    close(fd);
+}
+
+// The stream without its status queries.
+std::vector<uint8_t> withoutQueries(const std::vector<uint8_t>& stream)
+{
+    const korvostream::Stream parsed = korvostream::parseStream(stream);
+    std::vector<uint8_t> kept;
+    for (size_t i = 0; i < parsed.items.size(); ++i) {
+        const size_t end = i + 1 < parsed.items.size() ? parsed.items[i + 1].offset : stream.size();
+        if (!parsed.items[i].is(korvostream::Command::StatusQuery)) {
+            kept.insert(kept.end(), stream.begin() + parsed.items[i].offset, stream.begin() + end);
+        }
+    }
+    return kept;
+}
+
+class PrinterApp : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        server = std::make_unique<AppServer>();
+        ASSERT_TRUE(server->running());
+        for (const Printer& printer : kPrinters) {
+            ASSERT_TRUE(server->addPrinter(printer.name, printer.driver)) << printer.name;
+        }
+    }
+    static void TearDownTestSuite() { server.reset(); }
+
+    static std::unique_ptr<AppServer> server;
+    TempDir dir;
+};
+
+std::unique_ptr<AppServer> PrinterApp::server;
+
+TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
+{
+    std::map<std::string, int> jobsOf;
+    for (const Settings& row : kSettings) {
+        const Printer& printer = row.printer;
+        const std::vector<RasterPage> pages = {grayPage(180, 120, printer.dpi, photoShade(1)),
+                                               grayPage(96, 64, printer.dpi, randomShade(2))};
+        const FilterResult filter =
+            print(Job{.ppd = printer.ppd, .pages = pages, .options = std::string(row.ppd) + " PostAction=TearOff"});
+        ASSERT_EQ(filter.exitStatus, 0) << filter.err;
+        writePwgRaster(dir.file("job.pwg"), pages);
+        const int job = server->submit(printer.name, dir.file("job.pwg"), row.ipp);
+        ASSERT_GT(job, 0) << row.ipp;
+        ASSERT_EQ(server->waitForJob(printer.name, job, 30), IPP_JSTATE_COMPLETED) << row.ipp;
+        const std::vector<uint8_t> printed = server->stream(printer.name, ++jobsOf[printer.name]);
+        EXPECT_EQ(korvostream::summarise(korvostream::parseStream(printed)).size(),
+                  korvostream::summarise(korvostream::parseStream(filter.out)).size() + 4)
+            << row.ipp;  // two queries a page
+        EXPECT_TRUE(withoutQueries(printed) == filter.out) << printer.name << " " << row.ipp;
+    }
+}
+
+TEST_F(PrinterApp, PngThroughIpptoolAndJpegThroughSubmitPrintAPage)
+{
+    ASSERT_EQ(runShell("gs -q -dSAFER -sDEVICE=pnggray -r100 -g200x150 -o '" + dir.file("picture.png") +
+                       "' -c '0.3 setgray 20 20 100 60 rectfill showpage' && gs -q -dSAFER -sDEVICE=jpeggray -r100 "
+                       "-g200x150 -o '" +
+                       dir.file("picture.jpg") + "' -c '0 setgray 10 10 50 50 rectfill showpage'"),
+              0);
+    std::string output;
+    EXPECT_EQ(
+        runShell("ipptool -t -f '" + dir.file("picture.png") + "' " + server->printerUri("k5") + " print-job.test",
+                 &output),
+        0)
+        << output;
+    const int jpeg = server->submit("r27-203", dir.file("picture.jpg"), "");
+    ASSERT_GT(jpeg, 0);
+    ASSERT_EQ(server->waitForJob("r27-203", jpeg, 30), IPP_JSTATE_COMPLETED);
+    ASSERT_EQ(server->waitForJob("k5", 1, 30), IPP_JSTATE_COMPLETED);
+    for (const char* printer : {"k5", "r27-203"}) {
+        const korvostream::Stream stream = korvostream::parseStream(server->stream(printer, 1));
+        EXPECT_TRUE(stream.errors.empty()) << printer;
+        const std::vector<korvostream::Page> pages = korvostream::collectPages(stream);
+        ASSERT_EQ(pages.size(), 1u) << printer;
+        EXPECT_TRUE(std::count(pages[0].packed.begin(), pages[0].packed.end(), 0) < long(pages[0].packed.size()))
+            << printer << ": no dot printed";
+    }
+}
+
+bool hasReason(const std::vector<std::string>& reasons, const std::string& reason)
+{
+    return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
+}
+
+TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
+{
+    ASSERT_TRUE(server->addPrinter("paperout", "korvo_r27_203", "paperout:3,ready"));
+    ASSERT_TRUE(server->addPrinter("stuck", "korvo_k5_300", "coveropen"));
+    writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 203, photoShade(3))});
+    const int job = server->submit("paperout", dir.file("job.pwg"), "");
+    bool seen = false;
+    for (int i = 0; i < 100 && !seen; ++i) {
+        seen = hasReason(server->printerReasons("paperout"), "media-empty");
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_TRUE(seen);
+    EXPECT_EQ(server->waitForJob("paperout", job, 30), IPP_JSTATE_COMPLETED);
+    EXPECT_FALSE(hasReason(server->printerReasons("paperout"), "media-empty"));
+
+    writePwgRaster(dir.file("stencil.pwg"), {grayPage(64, 32, 300, photoShade(4))});
+    const int waiting = server->submit("stuck", dir.file("stencil.pwg"), "");
+    for (int i = 0; i < 100 && !hasReason(server->printerReasons("stuck"), "cover-open"); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_TRUE(hasReason(server->printerReasons("stuck"), "cover-open"));
+    EXPECT_EQ(server->jobMessage("stuck", waiting), "Waiting: the printer's cover is open.");
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(server->command("cancel", server->printerUri("stuck"), "-j " + std::to_string(waiting)), 0);
+    EXPECT_EQ(server->waitForJob("stuck", waiting, 10), IPP_JSTATE_CANCELED);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+}
+
+TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
+{
+    writeFile(dir.file("broken.png"), std::string("\x89PNG\r\n\x1a\n", 8) + "not an image at all");
+    std::string output;
+    runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("q6") + " print-job.test", &output);
+    EXPECT_EQ(server->waitForJob("q6", 1, 30), IPP_JSTATE_ABORTED);
+    EXPECT_FALSE(server->jobMessage("q6", 1).empty());
+    writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))});
+    const int next = server->submit("q6", dir.file("job.pwg"), "");
+    EXPECT_EQ(server->waitForJob("q6", next, 30), IPP_JSTATE_COMPLETED);
+}
+
+// ipptool's IPP Everywhere test, in a copy beside the sample documents it
+// names: Debian ships none, so the test makes them, small PWG raster pages
+// in gray at each resolution; only those of a printer's resolution and
+// types are sent, the others stay empty files that are never read.
+std::string everywhereTest(const TempDir& dir)
+{
+    const std::string copy = dir.file("ipptool");
+    runShell("mkdir -p '" + copy +
+             "' && cp " KORVO_IPPTOOL_DIR "/ipp-everywhere.test " KORVO_IPPTOOL_DIR "/ipp-2.0.test " KORVO_IPPTOOL_DIR
+             "/ipp-1.1.test '" +
+             copy + "'");
+    std::string names;
+    runShell("grep -o 'pwg-raster-samples-[^ ]*' " KORVO_IPPTOOL_DIR "/ipp-everywhere.test | sort -u", &names);
+    std::istringstream lines(names);
+    for (std::string name; std::getline(lines, name);) {
+        runShell("mkdir -p \"$(dirname '" + copy + "/" + name + "')\" && touch '" + copy + "/" + name + "'");
+        const size_t dpi = name.find("sgray-8-");
+        if (dpi != std::string::npos) {
+            const unsigned resolution = static_cast<unsigned>(atoi(name.c_str() + dpi + 8));
+            RasterPage page = grayPage(resolution / 2, resolution / 2, resolution, photoShade(6));
+            page.header.cupsColorSpace = CUPS_CSPACE_SW;
+            writePwgRaster(copy + "/" + name, {page});
+        }
+    }
+    return copy + "/ipp-everywhere.test";
+}
+
+TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
+{
+    const std::string test = everywhereTest(dir);
+    ASSERT_EQ(runShell("gs -q -dSAFER -sDEVICE=pnggray -r100 -g200x150 -o '" + dir.file("document.png") +
+                       "' -c '0.2 setgray 20 20 100 60 rectfill showpage'"),
+              0);
+    std::this_thread::sleep_for(std::chrono::seconds(1));  // printer-up-time is counted in whole seconds
+    for (const Printer& printer : kPrinters) {
+        std::string output;
+        const int status = runShell("ipptool -t -f '" + dir.file("document.png") + "' " +
+                                        server->printerUri(printer.name) + " '" + test + "' 2>&1",
+                                    &output);
+        EXPECT_EQ(status, 0) << output;
+        EXPECT_EQ(countOf(output, "[FAIL]"), 0u) << output;
+        EXPECT_EQ(countOf(output, "cannot be read"), 0u) << output;
+        EXPECT_GT(countOf(output, "[PASS]"), 40u) << output;
+    }
+}
+
+TEST_F(PrinterApp, CupsQueueMadeWithEverywherePrintsTheTestPage)
+{
+    PrivateCupsd cupsd;
+    std::string output;
+    ASSERT_EQ(cupsd.run("lpadmin -p korvo -E -v " + server->printerUri("r27-203") + " -m everywhere", &output), 0)
+        << output;
+    const int job = cupsd.submit("korvo", "/usr/share/cups/data/default-testpage.pdf", "");
+    ASSERT_GT(job, 0);
+    EXPECT_EQ(cupsd.waitForJob(job, 60), IPP_JSTATE_COMPLETED);
+    const std::vector<korvostream::Page> pages =
+        korvostream::collectPages(korvostream::parseStream(server->stream("r27-203", 1)));
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_EQ(pages[0].areaWidth, 1680u);  // A4 at 203 dpi, in whole bytes
+}
+
+}  // namespace
