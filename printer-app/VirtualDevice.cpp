@@ -73,9 +73,9 @@ ssize_t writeDevice(pappl_device_t* device, const void* buffer, size_t bytes)
     }
 }
 
-pappl_preason_t deviceStatus(pappl_device_t*)
+pappl_preason_t deviceStatus(pappl_device_t* device)
 {
-    return PAPPL_PREASON_NONE;  // the printer reports through its status replies
+    return sessionOf(device)->deviceReasons();
 }
 
 char* deviceId(pappl_device_t* device, char* buffer, size_t size)

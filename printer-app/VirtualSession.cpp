@@ -9,6 +9,8 @@
 #include <stdexcept>
 
 #include "JobNumbering.h"
+#include "OndrelPrinter.h"
+#include "StatusReasons.h"
 #include "virtualprinter/PreviewWriter.h"
 
 namespace {
@@ -19,11 +21,22 @@ bool onlyStatusQueries(const std::vector<korvostream::Item>& items)
                        [](const korvostream::Item& item) { return item.is(korvostream::Command::StatusQuery); });
 }
 
+// The status word of a reply: eight bytes little-endian after the head.
+long statusWord(const std::vector<char>& reply)
+{
+    unsigned long word = 0;
+    for (int i = 7; i >= 0; --i) {
+        word = (word << 8) | static_cast<unsigned char>(reply[5 + i]);
+    }
+    return static_cast<long>(word);
+}
+
 }  // namespace
 
 VirtualPrinterState::VirtualPrinterState(const virtualprinter::PrinterSettings& printerSettings)
     : settings(printerSettings), responder(settings.script, settings.replySize, [this](const std::vector<char>& reply) {
           replies.insert(replies.end(), reply.begin(), reply.end());
+          lastStatus = statusWord(reply);
           return true;
       })
 {
@@ -50,6 +63,13 @@ size_t VirtualSession::readReplies(char* buffer, size_t size)
     std::copy_n(state_->replies.begin(), count, buffer);
     state_->replies.erase(state_->replies.begin(), state_->replies.begin() + static_cast<std::ptrdiff_t>(count));
     return count;
+}
+
+unsigned VirtualSession::deviceReasons() const
+{
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return reasonsFor(state_->lastStatus, kStatusReady).add &
+           ((state_->lastStatus & kStatusReady) != 0 ? PAPPL_PREASON_COVER_OPEN : ~0u);
 }
 
 void VirtualSession::finish()

@@ -29,6 +29,7 @@ struct VirtualPrinterState {
     const virtualprinter::PrinterSettings settings;
     std::mutex mutex;
     std::deque<char> replies;
+    long lastStatus = 0;  // the status word of the last reply
     virtualprinter::StatusResponder responder;
 };
 
@@ -44,6 +45,9 @@ public:
     // The end of the stream: draws the pages. Throws std::runtime_error.
     void finish();
     const std::string& deviceId() const { return state_->settings.deviceId; }
+    // The last reply as PAPPL's device status, which PAPPL also polls: an
+    // open cover, and paper out when the reply lacks the ready bit.
+    unsigned deviceReasons() const;
 
 private:
     void record(const uint8_t* data, size_t size);

@@ -113,14 +113,14 @@ int AppServer::submit(const std::string& printer, const std::string& file, const
     return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str()) : 0;
 }
 
-ipp_t* AppServer::request(ipp_t* request) const
+ipp_t* AppServer::request(ipp_t* request, const std::string& resource) const
 {
     http_t* http = httpConnect2("localhost", port_, nullptr, AF_UNSPEC, HTTP_ENCRYPTION_NEVER, 1, 5000, nullptr);
     if (http == nullptr) {
         ippDelete(request);
         return nullptr;
     }
-    ipp_t* response = cupsDoRequest(http, request, "/ipp/system");
+    ipp_t* response = cupsDoRequest(http, request, resource.c_str());
     httpClose(http);
     return response;
 }
@@ -130,7 +130,7 @@ ipp_t* AppServer::jobAttributes(const std::string& printer, int job) const
     ipp_t* get = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
     ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
     ippAddInteger(get, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", job);
-    return request(get);
+    return request(get, "/ipp/print/" + printer);
 }
 
 ipp_jstate_t AppServer::waitForJob(const std::string& printer, int job, double seconds) const
@@ -163,7 +163,7 @@ std::vector<std::string> AppServer::printerReasons(const std::string& printer) c
     ipp_t* get = ippNewRequest(IPP_OP_GET_PRINTER_ATTRIBUTES);
     ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
     ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", nullptr, "printer-state-reasons");
-    ipp_t* response = request(get);
+    ipp_t* response = request(get, "/ipp/print/" + printer);
     ipp_attribute_t* reasons = ippFindAttribute(response, "printer-state-reasons", IPP_TAG_KEYWORD);
     std::vector<std::string> values;
     for (int i = 0; i < ippGetCount(reasons); ++i) {
@@ -178,7 +178,7 @@ bool AppServer::running() const
     ipp_t* get = ippNewRequest(IPP_OP_GET_SYSTEM_ATTRIBUTES);
     ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "system-uri", nullptr,
                  ("ipp://localhost:" + std::to_string(port_) + "/ipp/system").c_str());
-    ipp_t* response = request(get);
+    ipp_t* response = request(get, "/ipp/system");
     const bool answered = response != nullptr && ippGetStatusCode(response) == IPP_STATUS_OK;
     ippDelete(response);
     return answered;

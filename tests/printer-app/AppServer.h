@@ -46,7 +46,8 @@ public:
     std::vector<uint8_t> stream(const std::string& printer, int n) const;
 
 private:
-    ipp_t* request(ipp_t* request) const;
+    // Sends the request to the resource (/ipp/system, /ipp/print/NAME).
+    ipp_t* request(ipp_t* request, const std::string& resource) const;
     ipp_t* jobAttributes(const std::string& printer, int job) const;
 
     TempDir dir_;

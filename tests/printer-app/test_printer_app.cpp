@@ -192,13 +192,15 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
 TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
 {
     writeFile(dir.file("broken.png"), std::string("\x89PNG\r\n\x1a\n", 8) + "not an image at all");
+    ASSERT_TRUE(server->addPrinter("broken", "korvo_q6_300"));
     std::string output;
-    runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("q6") + " print-job.test", &output);
-    EXPECT_EQ(server->waitForJob("q6", 1, 30), IPP_JSTATE_ABORTED);
-    EXPECT_FALSE(server->jobMessage("q6", 1).empty());
+    runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("broken") + " print-job.test",
+             &output);
+    EXPECT_EQ(server->waitForJob("broken", 1, 30), IPP_JSTATE_ABORTED);
+    EXPECT_FALSE(server->jobMessage("broken", 1).empty());
     writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))});
-    const int next = server->submit("q6", dir.file("job.pwg"), "");
-    EXPECT_EQ(server->waitForJob("q6", next, 30), IPP_JSTATE_COMPLETED);
+    const int next = server->submit("broken", dir.file("job.pwg"), "");
+    EXPECT_EQ(server->waitForJob("broken", next, 30), IPP_JSTATE_COMPLETED);
 }
 
 // ipptool's IPP Everywhere test, in a copy beside the sample documents it
@@ -251,13 +253,14 @@ TEST_F(PrinterApp, CupsQueueMadeWithEverywherePrintsTheTestPage)
 {
     PrivateCupsd cupsd;
     std::string output;
-    ASSERT_EQ(cupsd.run("lpadmin -p korvo -E -v " + server->printerUri("r27-203") + " -m everywhere", &output), 0)
+    ASSERT_TRUE(server->addPrinter("cups", "korvo_r27_203"));
+    ASSERT_EQ(cupsd.run("lpadmin -p korvo -E -v " + server->printerUri("cups") + " -m everywhere", &output), 0)
         << output;
     const int job = cupsd.submit("korvo", "/usr/share/cups/data/default-testpage.pdf", "");
     ASSERT_GT(job, 0);
     EXPECT_EQ(cupsd.waitForJob(job, 60), IPP_JSTATE_COMPLETED);
     const std::vector<korvostream::Page> pages =
-        korvostream::collectPages(korvostream::parseStream(server->stream("r27-203", 1)));
+        korvostream::collectPages(korvostream::parseStream(server->stream("cups", 1)));
     ASSERT_EQ(pages.size(), 1u);
     EXPECT_EQ(pages[0].areaWidth, 1680u);  // A4 at 203 dpi, in whole bytes
 }
