@@ -10,6 +10,7 @@ packages=(
     libcups2-dev libcupsimage2-dev libpng-dev
     libgtest-dev libgmock-dev
     cups cups-client cups-filters cups-ppdc ghostscript
+    libpappl-dev cups-ipp-utils
 )
 
 if [ "${1:-}" = --demo ]; then

@@ -49,6 +49,7 @@ const Place kPlaces[] = {
     {KORVO_DOC_DIR, 0644, {"copyright"}},
     {KORVO_BIN_DIR, 0755, {}},
     {KORVO_MAN_DIR, 0644, {}},
+    {KORVO_SYSTEMD_UNIT_DIR, 0644, {}},
 };
 
 const Place* placeOf(const std::string& path)
