@@ -5,6 +5,7 @@
 
 #include "Media.h"
 #include "Models.h"
+#include "PngFilter.h"
 #include "PrinterCallbacks.h"
 #include "RasterJob.h"
 #include "VendorOptions.h"
@@ -24,6 +25,10 @@ void setCallbacks(pappl_pr_driver_data_t& data)
     data.rendjob_cb = korvoEndJob;
     data.status_cb = korvoStatus;
     data.identify_cb = korvoIdentify;
+    // The printer's own stream, and the filters that make it: PNG through
+    // the application's filter (see PngFilter.h), the rest as raster.
+    data.printfile_cb = korvoPrintStream;
+    data.format = kStreamFormat;
 }
 
 void setMediaList(const KorvoDriver& driver, pappl_pr_driver_data_t& data)

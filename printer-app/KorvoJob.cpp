@@ -58,6 +58,7 @@ bool KorvoJob::acceptPage(const cups_page_header2_t& pageHeader, const char* job
         return false;
     }
     invertRows = header.cupsColorSpace == CUPS_CSPACE_SW || header.cupsColorSpace == CUPS_CSPACE_W;
+    rowsReceived = 0;
     if (!page.reserve(static_cast<size_t>(header.cupsBytesPerLine) * header.cupsHeight)) {
         *problem = "no memory for the page";
         return false;

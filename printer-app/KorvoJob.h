@@ -30,5 +30,6 @@ struct KorvoJob {
     cups_page_header2_t header{};
     PageBuffer page;
     bool invertRows = false;  // the page arrives as gray (white 255): ink is 255 - value
+    unsigned rowsReceived = 0;
     int printedPages = 0;
 };

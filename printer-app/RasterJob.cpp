@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RasterJob.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <memory>
 #include <string>
@@ -79,12 +82,17 @@ bool korvoWriteLine(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*, unsi
     } else {
         memcpy(row, line, bytes);
     }
+    ++korvo->rowsReceived;
     return !korvoJobCancelled();
 }
 
 bool korvoEndPage(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*, unsigned)
 {
     KorvoJob* korvo = korvoJob(job);
+    if (korvo->rowsReceived < korvo->header.cupsHeight) {
+        return fail(job, "The raster data of page " + std::to_string(korvo->printedPages + 1) +
+                             " ends early; the page is not printed.");
+    }
     printPage(korvo->printer, korvo->settings, korvo->header, korvo->page.data(), korvo->printedPages + 1);
     if (korvoJobCancelled()) {
         return false;
@@ -109,4 +117,19 @@ bool korvoEndJob(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*)
     const bool intact = korvo->stream.intact();
     finish(job);
     return !cancelled && (intact || fail(job, "Unable to send the print data to the printer."));
+}
+
+bool korvoPrintStream(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t* device)
+{
+    const int fd = open(papplJobGetFilename(job), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return fail(job, "Unable to open the document.");
+    }
+    unsigned char buffer[65536];
+    ssize_t count = 0;
+    while (!papplJobIsCanceled(job) && (count = read(fd, buffer, sizeof(buffer))) > 0 &&
+           papplDeviceWrite(device, buffer, static_cast<size_t>(count)) == count) {
+    }
+    close(fd);
+    return count == 0 || fail(job, "Unable to send the document to the printer.");
 }

@@ -15,3 +15,7 @@ bool korvoWriteLine(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_
                     const unsigned char* line);
 bool korvoEndPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device, unsigned page);
 bool korvoEndJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);
+
+// A document in the printer's own byte stream (application/vnd.korvo-stream,
+// as korvo-virtual keeps it in stream.bin) is sent as it is.
+bool korvoPrintStream(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device);

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "CaptureDirectory.h"
+#include "PngFilter.h"
 
 namespace {
 
@@ -147,6 +148,7 @@ pappl_system_t* korvoSystem(int optionCount, cups_option_t* options, void* conte
     papplCopyString(version.sversion, kVersion, sizeof(version.sversion));
     version.version[0] = 1;
     papplSystemSetVersions(system, 1, &version);
+    addPngFilter(system);
     setCaptureDirectory(spool != nullptr ? spool : papplGetTempDir());
     stateFile() = option.get("state-file", defaultStateFile().c_str());
     papplSystemLoadState(system, stateFile().c_str());
