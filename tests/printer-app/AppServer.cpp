@@ -80,10 +80,17 @@ AppServer::AppServer() : port_(freePort())
     }
 }
 
+// PAPPL finishes its jobs before it stops; a test does not wait for that.
 AppServer::~AppServer()
 {
-    if (pid_ > 0) {
-        kill(pid_, SIGTERM);
+    if (pid_ <= 0) {
+        return;
+    }
+    kill(pid_, SIGTERM);
+    for (int i = 0; i < 40 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    if (kill(pid_, SIGKILL) == 0) {
         waitpid(pid_, nullptr, 0);
     }
 }

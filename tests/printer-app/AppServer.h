@@ -41,6 +41,8 @@ public:
     std::string jobMessage(const std::string& printer, int job) const;
     std::vector<std::string> printerReasons(const std::string& printer) const;
     bool running() const;
+    // The server's log, for failure messages.
+    std::string log() const { return readText(dir_.file("home/server.log")); }
 
     // The stream the printer's n-th job (from 1) left.
     std::vector<uint8_t> stream(const std::string& printer, int n) const;
