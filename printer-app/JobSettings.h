@@ -19,7 +19,8 @@
 // The print density 1..15 for a job. The effective darkness is
 // 2 x printer-darkness-configured - 100 + print-darkness, limited to
 // -100..100, and maps linearly onto the PPD's three words: -100 = Light
-// (1), 0 = Middle (8), 100 = Dark (15); density = 8 + round(7 x d / 100).
+// (1), 0 = Middle (8), 100 = Dark (15); density = 8 + 7 x d / 100, rounded
+// half away from zero.
 // The defaults (50 and 0) give Middle, the PPD's default.
 int printDensity(int darknessConfigured, int printDarkness);
 

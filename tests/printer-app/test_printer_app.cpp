@@ -18,6 +18,7 @@
 
 #include "AppServer.h"
 #include "Job.h"
+#include "JobSettings.h"
 #include "PrivateCupsd.h"
 
 using namespace korvotest;
@@ -39,13 +40,13 @@ const Printer kPrinters[] = {
 
 // A job's settings as IPP attributes and as the filter's PPD options. The
 // application's label mode is tear-off, the filter's is chosen to match.
-struct Settings {
+struct JobRow {
     const Printer& printer;
     const char* ipp;
     const char* ppd;
 };
 
-const Settings kSettings[] = {
+const JobRow kJobRows[] = {
     {kPrinters[4], "-o korvo-anti-wrinkle=2 -o korvo-mirror=true",
      "HalftoneType=Tattoo AntiWrinkle=2 MirrorImage=True"},
     {kPrinters[5], "-o korvo-rotate-180=true -o korvo-brightness=20",
@@ -61,6 +62,32 @@ const Settings kSettings[] = {
     {kPrinters[1], "-o korvo-halftone-type=Sierra", "HalftoneType=Sierra"},
     {kPrinters[3], "-o korvo-halftone-type=StevensonArce", "HalftoneType=StevensonArce"},
 };
+
+// The print density for printer-darkness-configured and print-darkness: the
+// PPD's Light, Middle and Dark at -100, 0 and 100 of effective darkness.
+struct Darkness {
+    int configured;
+    int job;
+    int density;
+};
+
+const Darkness kDarkness[] = {{50, -100, 1},  {50, 0, 8},   {50, 100, 15}, {0, 0, 1},    {100, 0, 15},
+                              {100, 100, 15}, {0, -100, 1}, {75, 0, 12},   {50, -50, 4}, {50, 14, 9}};
+
+TEST(JobSettings, DarknessMapsOntoTheDensityAndLabelModesOntoTheMediaAction)
+{
+    for (const Darkness& row : kDarkness) {
+        EXPECT_EQ(printDensity(row.configured, row.job), row.density) << row.configured << " " << row.job;
+    }
+    const std::pair<pappl_label_mode_t, std::string> kModes[] = {{PAPPL_LABEL_MODE_TEAR_OFF, "TearOff EveryPage"},
+                                                                 {PAPPL_LABEL_MODE_CUTTER, "Cut EveryPage"},
+                                                                 {PAPPL_LABEL_MODE_CUTTER_DELAYED, "Cut AfterJob"}};
+    for (const auto& [mode, action] : kModes) {
+        Settings settings{};
+        applyLabelMode(mode, settings);
+        EXPECT_EQ(std::string(settings.PostAction) + " " + settings.Occurrence, action) << mode;
+    }
+}
 
 // The same pages in PWG raster: black 8-bit, the size under its PWG name.
 void writePwgRaster(const std::string& path, std::vector<RasterPage> pages)
@@ -116,7 +143,7 @@ std::unique_ptr<AppServer> PrinterApp::server;
 TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
 {
     std::map<std::string, int> jobsOf;
-    for (const Settings& row : kSettings) {
+    for (const JobRow& row : kJobRows) {
         const Printer& printer = row.printer;
         const std::vector<RasterPage> pages = {grayPage(180, 120, printer.dpi, photoShade(1)),
                                                grayPage(96, 64, printer.dpi, randomShade(2))};
