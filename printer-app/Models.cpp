@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -39,11 +40,6 @@ std::string idValue(int count, cups_option_t* pairs, const char* longKey, const 
 }
 
 }  // namespace
-
-std::span<const KorvoDriver> korvoDrivers()
-{
-    return kDrivers;
-}
 
 const KorvoDriver* findDriver(const char* name)
 {

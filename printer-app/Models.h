@@ -6,7 +6,6 @@
 #include <pappl/pappl.h>
 
 #include <span>
-#include <string>
 
 #include "common/DitherType.h"
 
@@ -23,8 +22,6 @@ struct KorvoDriver {
     const KorvoModel* model;
     int dpi;
 };
-
-std::span<const KorvoDriver> korvoDrivers();
 
 // The driver of that name; null when there is none.
 const KorvoDriver* findDriver(const char* name);

@@ -17,7 +17,6 @@ namespace {
 
 constexpr const char* kName = "korvo-printer-app";
 constexpr int kDefaultPort = 8631;
-constexpr const char* kVersion = "1.0.0";
 
 struct NamedBit {
     const char* name;
@@ -145,8 +144,8 @@ pappl_system_t* korvoSystem(int optionCount, cups_option_t* options, void* conte
     }
     pappl_version_t version{};
     papplCopyString(version.name, kName, sizeof(version.name));
-    papplCopyString(version.sversion, kVersion, sizeof(version.sversion));
-    version.version[0] = 1;
+    papplCopyString(version.sversion, KORVO_VERSION, sizeof(version.sversion));
+    version.version[0] = static_cast<unsigned short>(atoi(KORVO_VERSION));
     papplSystemSetVersions(system, 1, &version);
     addPngFilter(system);
     setCaptureDirectory(spool != nullptr ? spool : papplGetTempDir());

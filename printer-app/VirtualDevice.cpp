@@ -88,6 +88,10 @@ char* deviceId(pappl_device_t* device, char* buffer, size_t size)
 
 void addVirtualDeviceScheme()
 {
+    // PAPPL registers its own schemes (usb, socket, dnssd, snmp, file) when
+    // a device function first needs them, but not once another scheme has
+    // been added: a question about one of its own registers them first.
+    papplDeviceIsSupported("socket://localhost");
     papplDeviceAddScheme("korvo-virtual", PAPPL_DEVTYPE_CUSTOM_LOCAL, nullptr, openDevice, closeDevice, readDevice,
                          writeDevice, deviceStatus, deviceId);
 }

@@ -10,7 +10,6 @@
 
 #include "JobNumbering.h"
 #include "OndrelPrinter.h"
-#include "StatusReasons.h"
 #include "virtualprinter/PreviewWriter.h"
 
 namespace {
@@ -68,8 +67,10 @@ size_t VirtualSession::readReplies(char* buffer, size_t size)
 unsigned VirtualSession::deviceReasons() const
 {
     const std::lock_guard<std::mutex> lock(state_->mutex);
-    return reasonsFor(state_->lastStatus, kStatusReady).add &
-           ((state_->lastStatus & kStatusReady) != 0 ? PAPPL_PREASON_COVER_OPEN : ~0u);
+    const long status = state_->lastStatus;
+    const bool paperOut = (status & kStatusReady) == 0 && (status & kStatusPaperOut) != 0;
+    return ((status & kStatusCoverOpen) != 0 ? PAPPL_PREASON_COVER_OPEN : 0) |
+           (paperOut ? PAPPL_PREASON_MEDIA_EMPTY : 0);
 }
 
 void VirtualSession::finish()

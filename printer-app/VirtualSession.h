@@ -4,6 +4,8 @@
 // stream and draws its pages (with the korvo-virtual backend's library).
 #pragma once
 
+#include <pappl/pappl.h>
+
 #include <cstdint>
 #include <deque>
 #include <memory>

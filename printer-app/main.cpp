@@ -18,6 +18,6 @@ int main(int argc, char* argv[])
     addVirtualDeviceScheme();
     bool serving = argc > 1 && strcmp(argv[1], "server") == 0;
     const std::span<pappl_pr_driver_t> drivers = papplDriverList();
-    return papplMainloop(argc, argv, "1.0.0", nullptr, static_cast<int>(drivers.size()), drivers.data(), korvoAutoAdd,
-                         korvoDriverSetup, nullptr, nullptr, korvoSystem, nullptr, &serving);
+    return papplMainloop(argc, argv, KORVO_VERSION, nullptr, static_cast<int>(drivers.size()), drivers.data(),
+                         korvoAutoAdd, korvoDriverSetup, nullptr, nullptr, korvoSystem, nullptr, &serving);
 }

@@ -86,6 +86,12 @@ AppServer::~AppServer()
     if (pid_ <= 0) {
         return;
     }
+    int status = 0;
+    if (waitpid(pid_, &status, WNOHANG) == pid_) {
+        fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n%s\n", status,
+                readText(dir_.file("home/server.err")).substr(0, 4000).c_str());
+        return;
+    }
     kill(pid_, SIGTERM);
     for (int i = 0; i < 40 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));

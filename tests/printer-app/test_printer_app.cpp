@@ -131,6 +131,10 @@ protected:
         for (const Printer& printer : kPrinters) {
             ASSERT_TRUE(server->addPrinter(printer.name, printer.driver)) << printer.name;
         }
+        // PAPPL's own schemes stay beside the virtual one.
+        ASSERT_EQ(server->command("add", "ipp://localhost:" + std::to_string(server->port()) + "/ipp/system",
+                                  "-d network -m korvo_r27_203 -v socket://127.0.0.1:9"),
+                  0);
     }
     static void TearDownTestSuite() { server.reset(); }
 
