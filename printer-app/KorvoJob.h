@@ -31,5 +31,6 @@ struct KorvoJob {
     PageBuffer page;
     bool invertRows = false;  // the page arrives as gray (white 255): ink is 255 - value
     unsigned rowsReceived = 0;
+    bool pageOpen = false;  // a page was accepted and has not ended
     int printedPages = 0;
 };

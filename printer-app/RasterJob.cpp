@@ -58,18 +58,25 @@ bool korvoStartJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t
 bool korvoStartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t*, unsigned)
 {
     KorvoJob* korvo = korvoJob(job);
+    if (korvo == nullptr) {
+        return false;  // the job ended before it started (cancelled while it waited)
+    }
     std::string problem;
     if (!korvo->acceptPage(options->header, options->media.size_name, &problem)) {
         return fail(job, "Unable to print page " + std::to_string(korvo->printedPages + 1) + ": " + problem + ".");
     }
     startPage(korvo->printer, korvo->settings, korvo->header);
     beginPage(korvo->printer, korvo->settings, korvo->header, korvo->printedPages, korvo->stream.file());
+    korvo->pageOpen = true;
     return !korvoJobCancelled();
 }
 
 bool korvoWriteLine(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*, unsigned y, const unsigned char* line)
 {
     KorvoJob* korvo = korvoJob(job);
+    if (korvo == nullptr || !korvo->pageOpen) {
+        return false;
+    }
     if (y >= korvo->header.cupsHeight) {
         return true;
     }
@@ -89,6 +96,10 @@ bool korvoWriteLine(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*, unsi
 bool korvoEndPage(pappl_job_t* job, pappl_pr_options_t*, pappl_device_t*, unsigned)
 {
     KorvoJob* korvo = korvoJob(job);
+    if (korvo == nullptr || !korvo->pageOpen) {
+        return false;
+    }
+    korvo->pageOpen = false;
     if (korvo->rowsReceived < korvo->header.cupsHeight) {
         return fail(job, "The raster data of page " + std::to_string(korvo->printedPages + 1) +
                              " ends early; the page is not printed.");

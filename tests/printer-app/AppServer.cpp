@@ -88,8 +88,9 @@ AppServer::~AppServer()
     }
     int status = 0;
     if (waitpid(pid_, &status, WNOHANG) == pid_) {
+        const std::string messages = readText(dir_.file("home/server.err"));
         fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n%s\n", status,
-                readText(dir_.file("home/server.err")).substr(0, 4000).c_str());
+                messages.substr(messages.size() > 4000 ? messages.size() - 4000 : 0).c_str());
         return;
     }
     kill(pid_, SIGTERM);
