@@ -9,7 +9,8 @@ install(FILES ${CMAKE_CURRENT_LIST_DIR}/printer-driver-korvo.conf DESTINATION ${
 # The printer application's service, where packages put systemd units.
 set(KORVO_SYSTEMD_UNIT_DIR /usr/lib/systemd/system CACHE PATH "Where the systemd unit is installed")
 if(TARGET korvo-printer-app)
-  install(FILES ${CMAKE_CURRENT_LIST_DIR}/korvo-printer-app.service DESTINATION ${KORVO_SYSTEMD_UNIT_DIR})
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/korvo-printer-app.service.in korvo-printer-app.service @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/korvo-printer-app.service DESTINATION ${KORVO_SYSTEMD_UNIT_DIR})
 endif()
 
 # The licence, where Debian keeps it for every package.

@@ -12,6 +12,7 @@
 
 #include "CaptureDirectory.h"
 #include "PngFilter.h"
+#include "UsbAutoAdd.h"
 
 namespace {
 
@@ -148,6 +149,7 @@ pappl_system_t* korvoSystem(int optionCount, cups_option_t* options, void* conte
     version.version[0] = static_cast<unsigned short>(atoi(KORVO_VERSION));
     papplSystemSetVersions(system, 1, &version);
     addPngFilter(system);
+    addUsbPrintersAutomatically(system);
     setCaptureDirectory(spool != nullptr ? spool : papplGetTempDir());
     stateFile() = option.get("state-file", defaultStateFile().c_str());
     papplSystemLoadState(system, stateFile().c_str());
