@@ -8,6 +8,7 @@
 #include "JobSettings.h"
 #include "Media.h"
 #include "PageHeader.h"
+#include "VendorValues.h"
 #include "common/KorvoString.h"
 
 namespace {
@@ -37,7 +38,9 @@ void nameSize(cups_page_header2_t& header, const char* jobMedia)
 
 KorvoJob::KorvoJob(pappl_job_t* job, const KorvoDriver& driver, const pappl_pr_options_t& options,
                    pappl_device_t* device)
-    : turn(job), stream(device), settings(jobSettings(driver, options, labelModeOf(papplJobGetPrinter(job))))
+    : turn(job), stream(device),
+      settings(jobSettings(driver, VendorValues(papplJobGetPrinter(job), options).applyTo(options),
+                           labelModeOf(papplJobGetPrinter(job))))
 {
     printer.getOutputStreams().assign({stream.file()});
     printer.setCaptureDirectory(captureDirectory());

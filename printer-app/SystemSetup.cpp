@@ -143,6 +143,9 @@ pappl_system_t* korvoSystem(int optionCount, cups_option_t* options, void* conte
     if (const char* group = option.get("admin-group")) {
         papplSystemSetAdminGroup(system, group);
     }
+    // PAPPL's web pages look their footer up in the translations and need
+    // one.
+    papplSystemSetFooterHTML(system, "Korvo printer application " KORVO_VERSION);
     pappl_version_t version{};
     papplCopyString(version.name, kName, sizeof(version.name));
     papplCopyString(version.sversion, KORVO_VERSION, sizeof(version.sversion));

@@ -38,8 +38,11 @@ const Printer kPrinters[] = {
     {"k5", "korvo_k5_300", "korvk5.ppd", 300},          {"q6", "korvo_q6_300", "korvq6.ppd", 300},
 };
 
+const Printer kDefaultsPrinter = {"defaults", "korvo_k5_300", "korvk5.ppd", 300};
+
 // A job's settings as IPP attributes and as the filter's PPD options. The
-// application's label mode is tear-off, the filter's is chosen to match.
+// application's label mode is tear-off, the filter's is chosen to match; the
+// printer "defaults" has the settings of its row as its defaults.
 struct JobRow {
     const Printer& printer;
     const char* ipp;
@@ -61,6 +64,7 @@ const JobRow kJobRows[] = {
      "HalftoneType=JarvisJudiceNinke Darkness=Light"},
     {kPrinters[1], "-o korvo-halftone-type=Sierra", "HalftoneType=Sierra"},
     {kPrinters[3], "-o korvo-halftone-type=StevensonArce", "HalftoneType=StevensonArce"},
+    {kDefaultsPrinter, "", "HalftoneType=Burkes AntiWrinkle=1 PostAction=Cut Occurrence=AfterJob"},
 };
 
 // The print density for printer-darkness-configured and print-darkness: the
@@ -117,6 +121,18 @@ std::vector<uint8_t> withoutQueries(const std::vector<uint8_t>& stream)
     return kept;
 }
 
+// Sets a printer's defaults with Set-Printer-Attributes: ipptool's ATTR
+// lines for the printer-attributes group.
+bool setDefaults(const AppServer& server, const TempDir& dir, const std::string& printer, const std::string& attributes)
+{
+    writeFile(dir.file("set.test"), "{\n OPERATION Set-Printer-Attributes\n GROUP operation-attributes-tag\n"
+                                    " ATTR charset attributes-charset utf-8\n"
+                                    " ATTR naturalLanguage attributes-natural-language en\n"
+                                    " ATTR uri printer-uri $uri\n GROUP printer-attributes-tag\n" +
+                                        attributes + "\n STATUS successful-ok\n}\n");
+    return runShell("ipptool " + server.printerUri(printer) + " '" + dir.file("set.test") + "'") == 0;
+}
+
 bool hasDots(const korvostream::Page& page)
 {
     return std::any_of(page.packed.begin(), page.packed.end(), [](uint8_t byte) { return byte != 0; });
@@ -146,13 +162,17 @@ std::unique_ptr<AppServer> PrinterApp::server;
 
 TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
 {
+    ASSERT_TRUE(server->addPrinter(kDefaultsPrinter.name, kDefaultsPrinter.driver));
+    ASSERT_TRUE(setDefaults(*server, dir, kDefaultsPrinter.name,
+                            "ATTR keyword korvo-halftone-type-default Burkes ATTR integer korvo-anti-wrinkle-default 1 "
+                            "ATTR keyword label-mode-configured cutter-delayed"));
     std::map<std::string, int> jobsOf;
     for (const JobRow& row : kJobRows) {
         const Printer& printer = row.printer;
         const std::vector<RasterPage> pages = {grayPage(180, 120, printer.dpi, photoShade(1)),
                                                grayPage(96, 64, printer.dpi, randomShade(2))};
         const FilterResult filter =
-            print(Job{.ppd = printer.ppd, .pages = pages, .options = std::string(row.ppd) + " PostAction=TearOff"});
+            print(Job{.ppd = printer.ppd, .pages = pages, .options = "PostAction=TearOff " + std::string(row.ppd)});
         ASSERT_EQ(filter.exitStatus, 0) << filter.err;
         writePwgRaster(dir.file("job.pwg"), pages);
         const int job = server->submit(printer.name, dir.file("job.pwg"), row.ipp);
@@ -274,11 +294,6 @@ std::string everywhereTest(const TempDir& dir)
             writePwgRaster(copy + "/" + name, {page});
         }
     }
-    writeFile(copy + "/set-media.test", "{\n OPERATION Set-Printer-Attributes\n GROUP operation-attributes-tag\n"
-                                        " ATTR charset attributes-charset utf-8\n"
-                                        " ATTR naturalLanguage attributes-natural-language en\n"
-                                        " ATTR uri printer-uri $uri\n GROUP printer-attributes-tag\n"
-                                        " ATTR keyword media-default $media\n STATUS successful-ok\n}\n");
     return copy + "/ipp-everywhere.test";
 }
 
@@ -310,9 +325,7 @@ TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
     std::vector<std::future<std::string>> runs;
     for (const Printer& printer : kPrinters) {
         // A small default media keeps the test's pages small.
-        ASSERT_EQ(runShell("ipptool -d media=om_tattoo-a6_105x148mm " + server->printerUri(printer.name) + " '" +
-                           dir.file("ipptool/set-media.test") + "'"),
-                  0);
+        ASSERT_TRUE(setDefaults(*server, dir, printer.name, "ATTR keyword media-default om_tattoo-a6_105x148mm"));
         const std::string command = "ipptool -t -f '" + dir.file("document.png") + "' " +
                                     server->printerUri(printer.name) + " '" + test + "' 2>&1";
         runs.push_back(std::async(std::launch::async, [command] {
