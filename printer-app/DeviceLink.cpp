@@ -33,6 +33,7 @@ void DeviceLink::sleep(std::chrono::milliseconds interval)
 
 void DeviceLink::statusReported(long status, int awaited)
 {
+    answered_ = true;
     const ReasonChange change = reasonsFor(status, awaited);
     papplPrinterSetReasons(printer_, change.add, change.remove);
     if (job_ == nullptr) {

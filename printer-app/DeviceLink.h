@@ -24,9 +24,12 @@ public:
     // Waits the interval or until the job is cancelled.
     void sleep(std::chrono::milliseconds interval) override;
     void statusReported(long status, int awaited) override;
+    // Whether the printer has answered a status query.
+    bool answered() const { return answered_; }
 
 private:
     pappl_device_t* device_;
     pappl_printer_t* printer_;
     pappl_job_t* job_;
+    bool answered_ = false;
 };

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PrinterCallbacks.h"
 
+#include <chrono>
+#include <map>
 #include <memory>
+#include <mutex>
 
 #include "DeviceLink.h"
 #include "DeviceStream.h"
@@ -31,13 +34,45 @@ private:
     pappl_device_t* device_;
 };
 
+// The printers whose last idle poll went unanswered, until when they rest.
+class QuietPrinters {
+public:
+    bool resting(pappl_printer_t* printer)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const auto found = until_.find(printer);
+        return found != until_.end() && std::chrono::steady_clock::now() < found->second;
+    }
+
+    void heard(pappl_printer_t* printer, bool answered)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (answered) {
+            until_.erase(printer);
+        } else {
+            until_[printer] = std::chrono::steady_clock::now() + kRest;
+        }
+    }
+
+private:
+    static constexpr std::chrono::seconds kRest{60};
+    std::mutex mutex_;
+    std::map<pappl_printer_t*, std::chrono::steady_clock::time_point> until_;
+};
+
+QuietPrinters& quietPrinters()
+{
+    static QuietPrinters printers;
+    return printers;
+}
+
 }  // namespace
 
 bool korvoStatus(pappl_printer_t* printer)
 {
     const KorvoDriver* driver = findDriver(papplPrinterGetDriverName(printer));
     const ProcessTurn turn(std::try_to_lock);
-    if (driver == nullptr || !turn.owns()) {
+    if (driver == nullptr || !turn.owns() || quietPrinters().resting(printer)) {
         return false;
     }
     const IdleDevice device(printer);
@@ -48,9 +83,10 @@ bool korvoStatus(pappl_printer_t* printer)
     OndrelPrinter korvo;
     korvo.modelName = driver->model->name;
     korvo.getOutputStreams().assign({stream.file()});
-    korvo.setStatusPolling(
-        StatusPolling{1, std::chrono::milliseconds(0), std::make_shared<DeviceLink>(device.get(), printer, nullptr)});
+    const auto link = std::make_shared<DeviceLink>(device.get(), printer, nullptr);
+    korvo.setStatusPolling(StatusPolling{1, std::chrono::milliseconds(0), link});
     korvo.WaitForPrinterStatus(kStatusReady);
+    quietPrinters().heard(printer, link->answered());
     return true;
 }
 
