@@ -6,6 +6,13 @@
 # Deletes the filter's page captures a day after they were written.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/printer-driver-korvo.conf DESTINATION ${KORVO_TMPFILES_DIR})
 
+# The printer application's service, where packages put systemd units.
+set(KORVO_SYSTEMD_UNIT_DIR /usr/lib/systemd/system CACHE PATH "Where the systemd unit is installed")
+if(TARGET korvo-printer-app)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/korvo-printer-app.service.in korvo-printer-app.service @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/korvo-printer-app.service DESTINATION ${KORVO_SYSTEMD_UNIT_DIR})
+endif()
+
 # The licence, where Debian keeps it for every package.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/printer-driver-korvo)
 
@@ -26,14 +33,16 @@ set(CPACK_PACKAGE_VENDOR "Korvo printer driver maintainers")
 set(KORVO_DEB_MAINTAINER "Korvo printer driver maintainers <korvo-driver@localhost>"
     CACHE STRING "Maintainer field of the Debian package")
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${KORVO_DEB_MAINTAINER})
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "CUPS driver for the Korvo thermal printers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "CUPS driver and printer application for the Korvo thermal printers")
 set(CPACK_PACKAGE_DESCRIPTION "The CUPS raster filter rastertokorvoppli and PPD files for the Korvo
 desktop thermal printers: R27 and V315 for labels and receipts, K5 and Q6 for
 tattoo stencils. The PPDs show their options in English, German, French,
 Spanish, Japanese and Simplified Chinese; the driver source for ppdc is in
 ${KORVO_DRV_INSTALL_DIR}.
 The filter keeps pictures of the pages it prints in the spooler's temporary
-directory; a systemd-tmpfiles rule deletes them after a day.")
+directory; a systemd-tmpfiles rule deletes them after a day.
+korvo-printer-app makes the printers IPP Everywhere printers without a PPD;
+its systemd service korvo-printer-app.service serves them on localhost.")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
@@ -44,7 +53,8 @@ set(CPACK_DEBIAN_FILE_NAME ${CPACK_PACKAGE_NAME}_${PROJECT_VERSION}_${korvo_deb_
 set(CPACK_DEBIAN_PACKAGE_SECTION text)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # dpkg-shlibdeps adds the libraries the programs link with (libcups2,
-# libcupsimage2, libc6, libstdc++6, libgcc-s1) with the versions they need;
+# libcupsimage2, libpappl1, libpng16-16, libc6, libstdc++6, libgcc-s1) with
+# the versions they need;
 # the filter chain in front of the filter needs gstoraster and Ghostscript.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "cups-filters, ghostscript")

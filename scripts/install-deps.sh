@@ -16,6 +16,7 @@ packages=(
     libcups2-dev libcupsimage2-dev libpng-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     cups cups-client cups-filters cups-ppdc ghostscript
+    libpappl-dev cups-ipp-utils
 )
 foreign=""
 case "${1:-}" in

@@ -31,6 +31,7 @@ const Place kPlaces[] = {
     {KORVO_DOC_DIR, "644", {"copyright"}},
     {KORVO_BIN_DIR, "755", {}},
     {KORVO_MAN_DIR, "644", {}},
+    {KORVO_SYSTEMD_UNIT_DIR, "644", {}},
 };
 
 std::string modeOfFilesIn(const std::string& path)

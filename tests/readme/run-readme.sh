@@ -71,7 +71,15 @@ for block in $(ls "$scratch"/block-*.sh | sort -t- -k2 -n); do
     fi
     echo "== $name"
     sed 's/^/   /' "$block"
-    (cd "$scratch/src" && bash -euo pipefail "$block")
+    # In a session of its own, so that whatever the block left running (a
+    # server it started in the background and did not stop because a
+    # command failed) ends with it.
+    (cd "$scratch/src" && exec setsid bash -euo pipefail "$block") &
+    block_pid=$!
+    status=0
+    wait "$block_pid" || status=$?
+    kill -- "-$block_pid" 2>/dev/null || true
+    [ "$status" = 0 ] || exit "$status"
     ran=$((ran + 1))
 done
 # Every job the README's queues took has printed.

@@ -24,8 +24,15 @@ std::vector<char> statusReply(uint64_t status, size_t size)
 
 }  // namespace
 
-StatusResponder::StatusResponder(StatusScript script, size_t replySize)
-    : script_(std::move(script)), replySize_(replySize)
+ReplySink backChannelSink()
+{
+    return [](const std::vector<char>& reply) {
+        return cupsBackChannelWrite(reply.data(), reply.size(), kWriteTimeout) == static_cast<ssize_t>(reply.size());
+    };
+}
+
+StatusResponder::StatusResponder(StatusScript script, size_t replySize, ReplySink sink)
+    : script_(std::move(script)), replySize_(replySize), sink_(std::move(sink))
 {
 }
 
@@ -47,7 +54,7 @@ void StatusResponder::answer()
         return;
     }
     const std::vector<char> reply = statusReply(status, replySize_);
-    if (cupsBackChannelWrite(reply.data(), reply.size(), kWriteTimeout) != static_cast<ssize_t>(reply.size())) {
+    if (!sink_(reply)) {
         fprintf(stderr, "DEBUG: Back channel closed; no more status replies.\n");
         backChannelOpen_ = false;
     }

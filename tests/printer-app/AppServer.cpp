@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AppServer.h"
+
+#include <arpa/inet.h>
+#include <grp.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+namespace korvotest {
+
+namespace {
+
+constexpr uid_t kUnprivileged = 65534;  // nobody
+
+int freePort()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    close(fd);
+    return ntohs(address.sin_port);
+}
+
+// A directory the server may write to.
+void makeServerDirectory(const std::string& path)
+{
+    mkdir(path.c_str(), 0700);
+    if (geteuid() == 0 && chown(path.c_str(), kUnprivileged, kUnprivileged) != 0) {
+        throw std::runtime_error("cannot hand " + path + " to the server's user");
+    }
+}
+
+[[noreturn]] void execServer(const std::string& dir, int port)
+{
+    if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(kUnprivileged) != 0 || setuid(kUnprivileged) != 0)) {
+        _exit(126);
+    }
+    prctl(PR_SET_PDEATHSIG, SIGTERM);  // after the change of user, which clears it
+    for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME"}) {
+        setenv(variable, dir.c_str(), 1);
+    }
+    const std::string log = dir + "/server.err";
+    freopen(log.c_str(), "w", stderr);
+    const std::string options[] = {"server-port=" + std::to_string(port), "listen-hostname=localhost",
+                                   "state-file=" + dir + "/state",        "spool-directory=" + dir + "/spool",
+                                   "log-file=" + dir + "/server.log",     "server-options=no-tls"};
+    execl(KORVO_PRINTER_APP, KORVO_PRINTER_APP, "server", "-o", options[0].c_str(), "-o", options[1].c_str(), "-o",
+          options[2].c_str(), "-o", options[3].c_str(), "-o", options[4].c_str(), "-o", options[5].c_str(), nullptr);
+    _exit(127);
+}
+
+}  // namespace
+
+AppServer::AppServer() : port_(freePort())
+{
+    chmod(dir_.path().c_str(), 0755);
+    makeServerDirectory(dir_.file("home"));
+    fflush(nullptr);
+    pid_ = fork();
+    if (pid_ == 0) {
+        execServer(dir_.file("home"), port_);
+    }
+    for (int i = 0; i < 200 && !running(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    }
+}
+
+// PAPPL finishes its jobs before it stops; a test does not wait for that.
+AppServer::~AppServer()
+{
+    if (pid_ <= 0) {
+        return;
+    }
+    int status = 0;
+    if (waitpid(pid_, &status, WNOHANG) == pid_) {
+        const std::string messages = readText(dir_.file("home/server.err"));
+        fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n%s\n", status,
+                messages.substr(messages.size() > 4000 ? messages.size() - 4000 : 0).c_str());
+        return;
+    }
+    kill(pid_, SIGTERM);
+    for (int i = 0; i < 40 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    if (kill(pid_, SIGKILL) == 0) {
+        waitpid(pid_, nullptr, 0);
+    }
+}
+
+std::string AppServer::printerUri(const std::string& printer) const
+{
+    return "ipp://localhost:" + std::to_string(port_) + "/ipp/print/" + printer;
+}
+
+bool AppServer::addPrinter(const std::string& printer, const std::string& driver, const std::string& script)
+{
+    makeServerDirectory(previews(printer));
+    const std::string device = "korvo-virtual://" + previews(printer) + (script.empty() ? "" : "?status=" + script);
+    return command("add", "ipp://localhost:" + std::to_string(port_) + "/ipp/system",
+                   "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
+}
+
+int AppServer::command(const std::string& subcommand, const std::string& uri, const std::string& args,
+                       std::string* output) const
+{
+    return runShell(std::string(KORVO_PRINTER_APP) + " " + subcommand + " -u '" + uri + "' " + args + " 2>&1", output);
+}
+
+int AppServer::submit(const std::string& printer, const std::string& file, const std::string& options) const
+{
+    std::string output;
+    return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str()) : 0;
+}
+
+ipp_t* AppServer::request(ipp_t* request, const std::string& resource) const
+{
+    http_t* http = httpConnect2("localhost", port_, nullptr, AF_UNSPEC, HTTP_ENCRYPTION_NEVER, 1, 5000, nullptr);
+    if (http == nullptr) {
+        ippDelete(request);
+        return nullptr;
+    }
+    ipp_t* response = cupsDoRequest(http, request, resource.c_str());
+    httpClose(http);
+    return response;
+}
+
+ipp_t* AppServer::jobAttributes(const std::string& printer, int job) const
+{
+    ipp_t* get = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
+    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
+    ippAddInteger(get, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", job);
+    return request(get, "/ipp/print/" + printer);
+}
+
+ipp_jstate_t AppServer::waitForJob(const std::string& printer, int job, double seconds) const
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    ipp_jstate_t state = IPP_JSTATE_PENDING;
+    do {
+        ipp_t* response = jobAttributes(printer, job);
+        state = static_cast<ipp_jstate_t>(ippGetInteger(ippFindAttribute(response, "job-state", IPP_TAG_ENUM), 0));
+        ippDelete(response);
+        if (state >= IPP_JSTATE_CANCELED) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    } while (std::chrono::steady_clock::now() < end);
+    return state;
+}
+
+std::string AppServer::jobMessage(const std::string& printer, int job) const
+{
+    ipp_t* response = jobAttributes(printer, job);
+    const char* message = ippGetString(ippFindAttribute(response, "job-state-message", IPP_TAG_TEXT), 0, nullptr);
+    const std::string text = message != nullptr ? message : "";
+    ippDelete(response);
+    return text;
+}
+
+std::vector<std::string> AppServer::printerReasons(const std::string& printer) const
+{
+    ipp_t* get = ippNewRequest(IPP_OP_GET_PRINTER_ATTRIBUTES);
+    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
+    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", nullptr, "printer-state-reasons");
+    ipp_t* response = request(get, "/ipp/print/" + printer);
+    ipp_attribute_t* reasons = ippFindAttribute(response, "printer-state-reasons", IPP_TAG_KEYWORD);
+    std::vector<std::string> values;
+    for (int i = 0; i < ippGetCount(reasons); ++i) {
+        values.push_back(ippGetString(reasons, i, nullptr));
+    }
+    ippDelete(response);
+    return values;
+}
+
+bool AppServer::running() const
+{
+    ipp_t* get = ippNewRequest(IPP_OP_GET_SYSTEM_ATTRIBUTES);
+    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "system-uri", nullptr,
+                 ("ipp://localhost:" + std::to_string(port_) + "/ipp/system").c_str());
+    ipp_t* response = request(get, "/ipp/system");
+    const bool answered = response != nullptr && ippGetStatusCode(response) == IPP_STATUS_OK;
+    ippDelete(response);
+    return answered;
+}
+
+std::vector<uint8_t> AppServer::stream(const std::string& printer, int n) const
+{
+    return readFile(previews(printer) + "/" + std::to_string(n) + "/stream.bin");
+}
+
+}  // namespace korvotest

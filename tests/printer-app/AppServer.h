@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+// korvo-printer-app's server for a test: in the foreground on a free port
+// of localhost, with its state, spool and virtual printers in a temporary
+// directory, run as an unprivileged user when the test runs as root (so
+// that it keeps off the system's socket and state). Stopped when the object
+// goes, and killed with the test process if that dies first.
+#pragma once
+
+#include <cups/cups.h>
+
+#include <string>
+#include <vector>
+
+#include "FilterProcess.h"
+
+namespace korvotest {
+
+class AppServer {
+public:
+    AppServer();
+    ~AppServer();
+    AppServer(const AppServer&) = delete;
+    AppServer& operator=(const AppServer&) = delete;
+
+    int port() const { return port_; }
+    std::string printerUri(const std::string& printer) const;
+    // The directory a virtual printer of that name keeps its jobs in.
+    std::string previews(const std::string& printer) const { return dir_.file("virtual-" + printer); }
+
+    // Adds a printer with the driver on a virtual device; the script is
+    // the device's status=... option, if any. True when it was added.
+    bool addPrinter(const std::string& printer, const std::string& driver, const std::string& script = "");
+    // korvo-printer-app SUBCOMMAND -u URI ARGS: its exit status and output.
+    int command(const std::string& subcommand, const std::string& uri, const std::string& args,
+                std::string* output = nullptr) const;
+    // Submits a file with -o options; the job id, or 0.
+    int submit(const std::string& printer, const std::string& file, const std::string& options) const;
+
+    // Waits up to the given seconds for the job to end; its state.
+    ipp_jstate_t waitForJob(const std::string& printer, int job, double seconds) const;
+    std::string jobMessage(const std::string& printer, int job) const;
+    std::vector<std::string> printerReasons(const std::string& printer) const;
+    bool running() const;
+    // The server's log, for failure messages.
+    std::string log() const { return readText(dir_.file("home/server.log")); }
+
+    // The stream the printer's n-th job (from 1) left.
+    std::vector<uint8_t> stream(const std::string& printer, int n) const;
+
+private:
+    // Sends the request to the resource (/ipp/system, /ipp/print/NAME).
+    ipp_t* request(ipp_t* request, const std::string& resource) const;
+    ipp_t* jobAttributes(const std::string& printer, int job) const;
+
+    TempDir dir_;
+    int port_ = 0;
+    int pid_ = -1;
+};
+
+}  // namespace korvotest
