@@ -32,14 +32,8 @@ for target in "${targets[@]}"; do
     fi
 done
 
-# The project's packages, and clang with its fuzzing and sanitizer runtimes.
+# The project's packages, clang with its fuzzing and sanitizer runtimes among them.
 "$root/scripts/install-deps.sh"
-if ! command -v clang++ >/dev/null || ! compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a" >/dev/null; then
-    sudo=""
-    [ "$(id -u)" -eq 0 ] || sudo=sudo
-    $sudo apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq clang libclang-rt-dev
-fi
 
 if [ ! -f "$build/CMakeCache.txt" ]; then
     CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DKORVO_BUILD_TESTS=ON -DKORVO_BUILD_FUZZERS=ON

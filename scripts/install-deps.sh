@@ -12,7 +12,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake
+    build-essential cmake clang libclang-rt-dev
     libcups2-dev libcupsimage2-dev libpng-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     cups cups-client cups-filters cups-ppdc ghostscript

@@ -47,27 +47,40 @@ const Queue kQueues[] = {
 
 class Spooler : public ::testing::Test {
 protected:
+    // A failure here would have Google Test skip the tests: it is kept for
+    // SetUp, which fails each test with it.
     static void SetUpTestSuite()
     {
         cupsd = std::make_unique<PrivateCupsd>();
+        problem = addQueues();
+    }
+
+    static std::string addQueues()
+    {
         const std::string previews = cupsd->path("previews");
-        ASSERT_EQ(cupsd->run("install -d -m 1777 '" + previews + "'"), 0);
+        if (cupsd->run("install -d -m 1777 '" + previews + "'") != 0) {
+            return "cannot make " + previews;
+        }
         for (const Queue& queue : kQueues) {
             const std::string uri = "korvo-virtual:" + previews + queue.status;
             std::string output;
-            ASSERT_EQ(cupsd->run("lpadmin -p " + std::string(queue.name) + " -E -v '" + uri + "' -P '" +
-                                     builtPpd(queue.ppd) + "'",
-                                 &output),
-                      0)
-                << output;
+            if (cupsd->run("lpadmin -p " + std::string(queue.name) + " -E -v '" + uri + "' -P '" +
+                               builtPpd(queue.ppd) + "'",
+                           &output) != 0) {
+                return "lpadmin failed: " + output;
+            }
         }
         writeFile(cupsd->path("picture.ps"), kPicture);
         writeFile(cupsd->path("document.ps"), kDocument);
-        ASSERT_EQ(cupsd->run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd->path("picture.png") + "' '" +
-                             cupsd->path("picture.ps") + "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" +
-                             cupsd->path("document.pdf") + "' '" + cupsd->path("document.ps") + "'"),
-                  0);
+        if (cupsd->run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd->path("picture.png") + "' '" +
+                       cupsd->path("picture.ps") + "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" +
+                       cupsd->path("document.pdf") + "' '" + cupsd->path("document.ps") + "'") != 0) {
+            return "Ghostscript cannot make the documents";
+        }
+        return "";
     }
+
+    void SetUp() override { ASSERT_EQ(problem, ""); }
 
     static void TearDownTestSuite() { cupsd.reset(); }
 
@@ -89,9 +102,11 @@ protected:
     }
 
     static std::unique_ptr<PrivateCupsd> cupsd;
+    static std::string problem;
 };
 
 std::unique_ptr<PrivateCupsd> Spooler::cupsd;
+std::string Spooler::problem;
 
 std::string withoutQueries(const std::string& words)
 {

@@ -21,4 +21,19 @@ __attribute__((used, visibility("default"))) const char* __ubsan_default_options
     return "exitcode=23:halt_on_error=1:print_stacktrace=1";
 }
 
+// Quiet about the suppressions below: programs whose output a test reads
+// must print nothing else.
+__attribute__((used, visibility("default"))) const char* __lsan_default_options()
+{
+    return "print_suppressions=0";
+}
+
+// Memory that PAPPL's sub-commands (add, submit, ...) leave allocated when
+// they exit: option lists made with cupsAddOption that its main loop never
+// frees. The leak is theirs and ends with the process.
+__attribute__((used, visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:cupsAddOption\nleak:libpappl.so\n";
+}
+
 }  // extern "C"

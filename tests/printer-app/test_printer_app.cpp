@@ -140,25 +140,43 @@ bool hasDots(const korvostream::Page& page)
 
 class PrinterApp : public ::testing::Test {
 protected:
+    // A failure here would have Google Test skip the tests: it is kept for
+    // SetUp, which fails each test with it.
     static void SetUpTestSuite()
     {
         server = std::make_unique<AppServer>();
-        ASSERT_TRUE(server->running());
+        problem = addPrinters();
+    }
+
+    static std::string addPrinters()
+    {
+        if (!server->running()) {
+            return "the server did not start";
+        }
         for (const Printer& printer : kPrinters) {
-            ASSERT_TRUE(server->addPrinter(printer.name, printer.driver)) << printer.name;
+            if (!server->addPrinter(printer.name, printer.driver)) {
+                return std::string("adding ") + printer.name + " failed";
+            }
         }
         // PAPPL's own schemes stay beside the virtual one.
-        ASSERT_EQ(server->command("add", "ipp://localhost:" + std::to_string(server->port()) + "/ipp/system",
-                                  "-d network -m korvo_r27_203 -v socket://127.0.0.1:9"),
-                  0);
+        if (server->command("add", "ipp://localhost:" + std::to_string(server->port()) + "/ipp/system",
+                            "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
+            return "adding a socket printer failed";
+        }
+        return "";
     }
+
+    void SetUp() override { ASSERT_EQ(problem, ""); }
+
     static void TearDownTestSuite() { server.reset(); }
 
     static std::unique_ptr<AppServer> server;
+    static std::string problem;
     TempDir dir;
 };
 
 std::unique_ptr<AppServer> PrinterApp::server;
+std::string PrinterApp::problem;
 
 TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
 {
