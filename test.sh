@@ -8,7 +8,7 @@
 #   2. the same suite built with AddressSanitizer and UndefinedBehaviorSanitizer
 #      (build-sanitize/, clang), less the README test, which builds a copy of
 #      its own;
-#   3. each fuzz target for KORVO_FUZZ_SECONDS seconds (default 30) in that
+#   3. each fuzz target for KORVO_FUZZ_SECONDS seconds (default 60) in that
 #      build;
 #   4. the arm64 cross build and its whole suite under qemu, its streams
 #      compared with this machine's byte for byte (KORVO_SKIP_CROSS=1 skips it).
@@ -35,7 +35,7 @@ cmake --build "$sanitize" -j "$(nproc)"
 (cd "$sanitize" && ctest --output-on-failure -j 2 -E '^readme$')
 
 stage "fuzzing"
-KORVO_FUZZ_BUILD=$sanitize "$KORVO_ROOT/scripts/fuzz.sh" "${KORVO_FUZZ_SECONDS:-30}"
+KORVO_FUZZ_BUILD=$sanitize "$KORVO_ROOT/scripts/fuzz.sh" "${KORVO_FUZZ_SECONDS:-60}"
 
 if [ "${KORVO_SKIP_CROSS:-0}" != 1 ]; then
     stage "arm64 cross build and suite"

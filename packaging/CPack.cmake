@@ -13,8 +13,10 @@ if(TARGET korvo-printer-app)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/korvo-printer-app.service DESTINATION ${KORVO_SYSTEMD_UNIT_DIR})
 endif()
 
-# The licence, where Debian keeps it for every package.
-install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/printer-driver-korvo)
+# The licence, where Debian keeps it for every package, and README (the
+# service unit names it as its documentation).
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/copyright ${PROJECT_SOURCE_DIR}/README.md
+        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/printer-driver-korvo)
 
 # The architecture of the machine the programs are built for: a cross
 # toolchain names it (KORVO_DEB_ARCHITECTURE), else dpkg tells this one's.

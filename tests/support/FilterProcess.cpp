@@ -15,6 +15,7 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <memory>
 #include <thread>
 
 #include "PrinterChannels.h"
@@ -200,41 +201,78 @@ size_t countOf(const std::string& haystack, const std::string& text)
     return count;
 }
 
-FilterResult runFilter(const FilterRun& run)
+namespace {
+
+// A filter process that has been started, with the directory of its
+// output files.
+struct Started {
+    pid_t pid = -1;
+    std::unique_ptr<TempDir> io;
+    std::string geometryLog;
+};
+
+Started start(const FilterRun& run)
 {
-    TempDir io;
+    Started started{-1, std::make_unique<TempDir>(), ""};
+    const TempDir& io = *started.io;
     const std::string captureDir = run.captureDir.empty() ? io.file("captures") : run.captureDir;
     mkdir(io.file("captures").c_str(), 0700);
-    const std::string geometryLog = run.geometryLog.empty() ? io.file("geometry.log") : run.geometryLog;
-    const std::vector<std::string> args = arguments(run, captureDir, geometryLog);
+    started.geometryLog = run.geometryLog.empty() ? io.file("geometry.log") : run.geometryLog;
+    const std::vector<std::string> args = arguments(run, captureDir, started.geometryLog);
     fflush(nullptr);
-    const pid_t pid = fork();
-    if (pid < 0) {
+    started.pid = fork();
+    if (started.pid < 0) {
         throw std::runtime_error("fork failed");
     }
-    if (pid == 0) {
+    if (started.pid == 0) {
         execFilter(run, args, io.file("stdout"), io.file("stderr"));
     }
+    return started;
+}
+
+FilterResult finish(const Started& started)
+{
+    int status = 0;
+    rusage usage{};
+    wait4(started.pid, &status, 0, &usage);
+    FilterResult result;
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.maxResidentKb = usage.ru_maxrss;
+    result.out = readFile(started.io->file("stdout"));
+    result.err = readText(started.io->file("stderr"));
+    result.geometryLog = readText(started.geometryLog);
+    return result;
+}
+
+}  // namespace
+
+FilterResult runFilter(const FilterRun& run)
+{
+    const Started started = start(run);
     std::thread beside;
     if (run.whileRunning) {
-        beside = std::thread(run.whileRunning, pid, io.file("stderr"));
+        beside = std::thread(run.whileRunning, started.pid, started.io->file("stderr"));
     }
     if (run.printer != nullptr) {
-        run.printer->serve(pid);
+        run.printer->serve(started.pid);
     }
     if (beside.joinable()) {
         beside.join();
     }
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    FilterResult result;
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.maxResidentKb = usage.ru_maxrss;
-    result.out = readFile(io.file("stdout"));
-    result.err = readText(io.file("stderr"));
-    result.geometryLog = readText(geometryLog);
-    return result;
+    return finish(started);
+}
+
+std::vector<FilterResult> runFiltersTogether(const std::vector<FilterRun>& runs)
+{
+    std::vector<Started> started;
+    for (const FilterRun& run : runs) {
+        started.push_back(start(run));
+    }
+    std::vector<FilterResult> results;
+    for (const Started& one : started) {
+        results.push_back(finish(one));
+    }
+    return results;
 }
 
 std::string shippedFilter()

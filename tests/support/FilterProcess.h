@@ -63,6 +63,10 @@ struct FilterResult {
 };
 
 FilterResult runFilter(const FilterRun& run);
+// Starts every filter, one after the other from the calling thread, and
+// then waits for them all; the runs answer no status wait and have nothing
+// running beside them.
+std::vector<FilterResult> runFiltersTogether(const std::vector<FilterRun>& runs);
 
 // Runs a shell command line: its exit status (-1 when a signal ended it),
 // with what it wrote to its standard output in *output when given.

@@ -24,5 +24,7 @@ struct Job {
 // Writes the job's PPD and raster into a temporary directory and runs the
 // filter on them.
 FilterResult print(const Job& job);
+// The jobs printed at the same time, each by a filter process of its own.
+std::vector<FilterResult> printTogether(const std::vector<Job>& jobs);
 
 }  // namespace korvotest
