@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "VirtualSession.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <stdexcept>
 
 #include "JobNumbering.h"
@@ -95,17 +91,7 @@ void VirtualSession::record(const uint8_t* data, size_t size)
         held_.insert(held_.end(), data, data + size);
         return;
     }
-    while (size > 0) {
-        const ssize_t written = ::write(streamFile_.get(), data, size);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            throw std::runtime_error(std::string("cannot record the stream: ") + strerror(errno));
-        }
-        data += written;
-        size -= static_cast<size_t>(written);
-    }
+    virtualprinter::recordStream(streamFile_.get(), data, size);
 }
 
 void VirtualSession::openJob()

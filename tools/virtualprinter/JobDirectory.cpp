@@ -75,4 +75,19 @@ UniqueFd JobDirectory::create(const std::string& name) const
     return file;
 }
 
+void recordStream(int fd, const uint8_t* data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = write(fd, data, size);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            throw std::runtime_error(std::string("cannot record the stream: ") + strerror(errno));
+        }
+        data += written;
+        size -= static_cast<size_t>(written);
+    }
+}
+
 }  // namespace virtualprinter

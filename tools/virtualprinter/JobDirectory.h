@@ -6,6 +6,8 @@
 // directory another user owns is refused.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "virtualprinter/UniqueFd.h"
@@ -30,5 +32,8 @@ private:
     std::string path_;
     UniqueFd fd_;
 };
+
+// Writes all of data to the stream file fd. Throws std::runtime_error.
+void recordStream(int fd, const uint8_t* data, size_t size);
 
 }  // namespace virtualprinter

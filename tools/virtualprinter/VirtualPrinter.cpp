@@ -88,17 +88,7 @@ void VirtualPrinter::readChunk()
 void VirtualPrinter::record(const uint8_t* data, size_t size)
 {
     received_ += size;
-    while (size > 0) {
-        const ssize_t written = write(streamFile_.get(), data, size);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            throw std::runtime_error(std::string("cannot record the stream: ") + strerror(errno));
-        }
-        data += written;
-        size -= static_cast<size_t>(written);
-    }
+    recordStream(streamFile_.get(), data, size);
 }
 
 void VirtualPrinter::take(std::vector<korvostream::Item> items)
