@@ -140,7 +140,7 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
     for (const Case& c : cases) {
         const int job = cupsd->submit(c.queue, c.document, c.options);
         ASSERT_GT(job, 0) << cupsLastErrorString();
-        ASSERT_EQ(cupsd->waitForJob(job, 60), IPP_JSTATE_COMPLETED) << c.options;
+        ASSERT_EQ(cupsd->waitForJob(c.queue, job, 60), IPP_JSTATE_COMPLETED) << c.options;
         FilterResult printed;
         printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
         const FilterResult expected = direct(c.ppd, c.document, c.options);
@@ -155,7 +155,7 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
                 EXPECT_EQ(printed.pages()[i].rows, c.rows) << c.options;
             }
         }
-        EXPECT_EQ(cupsd->jobImpressions(job), int(expected.pages().size()));
+        EXPECT_EQ(cupsd->jobInteger(c.queue, job, "job-impressions-completed"), int(expected.pages().size()));
         const std::string accounted = std::string(" ").append(std::to_string(job)).append(" [");
         const std::string pageLog = readText(cupsd->path("log/page_log"));
         EXPECT_NE(pageLog.find("total " + std::to_string(expected.pages().size()), pageLog.find(accounted)),
@@ -169,7 +169,7 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
 TEST_F(Spooler, PrintedDotsShowTheDocument)
 {
     const int job = cupsd->submit("label", cupsd->path("document.pdf"), "HalftoneType=Ordered Resolution=203dpi");
-    ASSERT_EQ(cupsd->waitForJob(job, 60), IPP_JSTATE_COMPLETED);
+    ASSERT_EQ(cupsd->waitForJob("label", job, 60), IPP_JSTATE_COMPLETED);
     FilterResult printed;
     printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
     ASSERT_EQ(printed.pages().size(), 1u);
@@ -197,13 +197,13 @@ TEST_F(Spooler, PaperOutShowsInThePrinterStateAndClears)
     const int job = cupsd->submit("paperout", kTestPage, "");
     ASSERT_GT(job, 0);
     bool seen = false;
-    while (cupsd->jobState(job) < IPP_JSTATE_STOPPED) {
+    while (cupsd->jobState("paperout", job) < IPP_JSTATE_STOPPED) {
         for (const std::string& reason : cupsd->printerReasons("paperout")) {
             seen = seen || reason == "media-empty-warning";
         }
     }
     EXPECT_TRUE(seen);
-    EXPECT_EQ(cupsd->waitForJob(job, 30), IPP_JSTATE_COMPLETED);
+    EXPECT_EQ(cupsd->waitForJob("paperout", job, 30), IPP_JSTATE_COMPLETED);
     for (const std::string& reason : cupsd->printerReasons("paperout")) {
         EXPECT_NE(reason, "media-empty-warning");
     }
@@ -218,10 +218,10 @@ TEST_F(Spooler, CancelEndsARunningJob)
     while (std::chrono::steady_clock::now() < deadline &&
            countOf(readText(cupsd->path("log/error_log")), "Paper out.") == 0) {
     }
-    ASSERT_EQ(cupsd->jobState(job), IPP_JSTATE_PROCESSING);
+    ASSERT_EQ(cupsd->jobState("stuck", job), IPP_JSTATE_PROCESSING);
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(cupsd->run("cancel " + std::to_string(job)), 0);
-    EXPECT_EQ(cupsd->waitForJob(job, 10), IPP_JSTATE_CANCELED);
+    EXPECT_EQ(cupsd->waitForJob("stuck", job, 10), IPP_JSTATE_CANCELED);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
 }
 

@@ -66,16 +66,18 @@ void makeServerDirectory(const std::string& path)
 
 }  // namespace
 
-AppServer::AppServer() : port_(freePort())
+AppServer::AppServer() : IppPeer("", "/ipp/print/")
 {
+    const int port = freePort();
+    address_ = "localhost:" + std::to_string(port);
     chmod(dir_.path().c_str(), 0755);
     makeServerDirectory(dir_.file("home"));
     fflush(nullptr);
     pid_ = fork();
     if (pid_ == 0) {
-        execServer(dir_.file("home"), port_);
+        execServer(dir_.file("home"), port);
     }
-    for (int i = 0; i < 200 && !running(); ++i) {
+    for (int i = 0; i < 200 && !listening(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(25));
     }
 }
@@ -102,16 +104,11 @@ AppServer::~AppServer()
     }
 }
 
-std::string AppServer::printerUri(const std::string& printer) const
-{
-    return "ipp://localhost:" + std::to_string(port_) + "/ipp/print/" + printer;
-}
-
 bool AppServer::addPrinter(const std::string& printer, const std::string& driver, const std::string& script)
 {
     makeServerDirectory(previews(printer));
     const std::string device = "korvo-virtual://" + previews(printer) + (script.empty() ? "" : "?status=" + script);
-    return command("add", "ipp://localhost:" + std::to_string(port_) + "/ipp/system",
+    return command("add", systemUri(),
                    "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
 }
 
@@ -125,77 +122,6 @@ int AppServer::submit(const std::string& printer, const std::string& file, const
 {
     std::string output;
     return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str()) : 0;
-}
-
-ipp_t* AppServer::request(ipp_t* request, const std::string& resource) const
-{
-    http_t* http = httpConnect2("localhost", port_, nullptr, AF_UNSPEC, HTTP_ENCRYPTION_NEVER, 1, 5000, nullptr);
-    if (http == nullptr) {
-        ippDelete(request);
-        return nullptr;
-    }
-    ipp_t* response = cupsDoRequest(http, request, resource.c_str());
-    httpClose(http);
-    return response;
-}
-
-ipp_t* AppServer::jobAttributes(const std::string& printer, int job) const
-{
-    ipp_t* get = ippNewRequest(IPP_OP_GET_JOB_ATTRIBUTES);
-    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
-    ippAddInteger(get, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", job);
-    return request(get, "/ipp/print/" + printer);
-}
-
-ipp_jstate_t AppServer::waitForJob(const std::string& printer, int job, double seconds) const
-{
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    ipp_jstate_t state = IPP_JSTATE_PENDING;
-    do {
-        ipp_t* response = jobAttributes(printer, job);
-        state = static_cast<ipp_jstate_t>(ippGetInteger(ippFindAttribute(response, "job-state", IPP_TAG_ENUM), 0));
-        ippDelete(response);
-        if (state >= IPP_JSTATE_CANCELED) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    } while (std::chrono::steady_clock::now() < end);
-    return state;
-}
-
-std::string AppServer::jobMessage(const std::string& printer, int job) const
-{
-    ipp_t* response = jobAttributes(printer, job);
-    const char* message = ippGetString(ippFindAttribute(response, "job-state-message", IPP_TAG_TEXT), 0, nullptr);
-    const std::string text = message != nullptr ? message : "";
-    ippDelete(response);
-    return text;
-}
-
-std::vector<std::string> AppServer::printerReasons(const std::string& printer) const
-{
-    ipp_t* get = ippNewRequest(IPP_OP_GET_PRINTER_ATTRIBUTES);
-    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
-    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", nullptr, "printer-state-reasons");
-    ipp_t* response = request(get, "/ipp/print/" + printer);
-    ipp_attribute_t* reasons = ippFindAttribute(response, "printer-state-reasons", IPP_TAG_KEYWORD);
-    std::vector<std::string> values;
-    for (int i = 0; i < ippGetCount(reasons); ++i) {
-        values.push_back(ippGetString(reasons, i, nullptr));
-    }
-    ippDelete(response);
-    return values;
-}
-
-bool AppServer::running() const
-{
-    ipp_t* get = ippNewRequest(IPP_OP_GET_SYSTEM_ATTRIBUTES);
-    ippAddString(get, IPP_TAG_OPERATION, IPP_TAG_URI, "system-uri", nullptr,
-                 ("ipp://localhost:" + std::to_string(port_) + "/ipp/system").c_str());
-    ipp_t* response = request(get, "/ipp/system");
-    const bool answered = response != nullptr && ippGetStatusCode(response) == IPP_STATUS_OK;
-    ippDelete(response);
-    return answered;
 }
 
 std::vector<uint8_t> AppServer::stream(const std::string& printer, int n) const

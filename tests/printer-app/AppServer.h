@@ -6,24 +6,22 @@
 // goes, and killed with the test process if that dies first.
 #pragma once
 
-#include <cups/cups.h>
-
 #include <string>
 #include <vector>
 
 #include "FilterProcess.h"
+#include "IppPeer.h"
 
 namespace korvotest {
 
-class AppServer {
+class AppServer : public IppPeer {
 public:
     AppServer();
     ~AppServer();
     AppServer(const AppServer&) = delete;
     AppServer& operator=(const AppServer&) = delete;
 
-    int port() const { return port_; }
-    std::string printerUri(const std::string& printer) const;
+    std::string systemUri() const { return "ipp://" + address_ + "/ipp/system"; }
     // The directory a virtual printer of that name keeps its jobs in.
     std::string previews(const std::string& printer) const { return dir_.file("virtual-" + printer); }
 
@@ -36,24 +34,11 @@ public:
     // Submits a file with -o options; the job id, or 0.
     int submit(const std::string& printer, const std::string& file, const std::string& options) const;
 
-    // Waits up to the given seconds for the job to end; its state.
-    ipp_jstate_t waitForJob(const std::string& printer, int job, double seconds) const;
-    std::string jobMessage(const std::string& printer, int job) const;
-    std::vector<std::string> printerReasons(const std::string& printer) const;
-    bool running() const;
-    // The server's log, for failure messages.
-    std::string log() const { return readText(dir_.file("home/server.log")); }
-
     // The stream the printer's n-th job (from 1) left.
     std::vector<uint8_t> stream(const std::string& printer, int n) const;
 
 private:
-    // Sends the request to the resource (/ipp/system, /ipp/print/NAME).
-    ipp_t* request(ipp_t* request, const std::string& resource) const;
-    ipp_t* jobAttributes(const std::string& printer, int job) const;
-
     TempDir dir_;
-    int port_ = 0;
     int pid_ = -1;
 };
 

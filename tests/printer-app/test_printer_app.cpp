@@ -150,7 +150,7 @@ protected:
 
     static std::string addPrinters()
     {
-        if (!server->running()) {
+        if (!server->listening()) {
             return "the server did not start";
         }
         for (const Printer& printer : kPrinters) {
@@ -159,8 +159,7 @@ protected:
             }
         }
         // PAPPL's own schemes stay beside the virtual one.
-        if (server->command("add", "ipp://localhost:" + std::to_string(server->port()) + "/ipp/system",
-                            "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
+        if (server->command("add", server->systemUri(), "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
             return "adding a socket printer failed";
         }
         return "";
@@ -261,7 +260,7 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     EXPECT_TRUE(hasReason(server->printerReasons("stuck"), "cover-open"));
-    EXPECT_EQ(server->jobMessage("stuck", 1), "Waiting: the printer's cover is open.");
+    EXPECT_EQ(server->jobText("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(server->command("cancel", server->printerUri("stuck"), "-j 1"), 0);
     EXPECT_EQ(server->waitForJob("stuck", 1, 10), IPP_JSTATE_CANCELED);
@@ -278,8 +277,8 @@ TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
     writeFile(dir.file("broken.png"), std::string("\x89PNG\r\n\x1a\n", 8) + "not an image at all");
     runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("broken") + " print-job.test");
     EXPECT_EQ(server->waitForJob("broken", 1, 30), IPP_JSTATE_ABORTED);
-    EXPECT_EQ(server->jobMessage("broken", 1).rfind("The PNG document cannot be read: ", 0), 0u)
-        << server->jobMessage("broken", 1);
+    EXPECT_EQ(server->jobText("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
+        << server->jobText("broken", 1, "job-state-message");
     writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))});
     EXPECT_EQ(server->waitForJob("broken", server->submit("broken", dir.file("job.pwg"), ""), 30),
               IPP_JSTATE_COMPLETED);
@@ -375,7 +374,7 @@ TEST_F(PrinterApp, CupsQueueMadeWithEverywherePrintsTheTestPage)
     }
     const int job = cupsd.submit("korvo", "/usr/share/cups/data/default-testpage.pdf", "");
     ASSERT_GT(job, 0);
-    EXPECT_EQ(cupsd.waitForJob(job, 60), IPP_JSTATE_COMPLETED);
+    EXPECT_EQ(cupsd.waitForJob("korvo", job, 60), IPP_JSTATE_COMPLETED);
     const std::vector<korvostream::Page> pages =
         korvostream::collectPages(korvostream::parseStream(server->stream("cups", 1)));
     ASSERT_EQ(pages.size(), 1u);

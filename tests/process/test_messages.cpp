@@ -11,6 +11,7 @@
 
 #include "Filter.h"
 #include "Job.h"
+#include "OndrelPrinter.h"
 #include "PrinterChannels.h"
 
 using namespace korvotest;
@@ -170,21 +171,16 @@ TEST(Messages, HostileInputEndsCleanly)
     }
 }
 
-// The filter run in this process on a raster file: its status, its
-// messages, and the pages it counted.
-struct InProcessRun {
-    int status;
-    std::string err;
-};
-
-InProcessRun runInProcess(const TempDir& dir, const std::string& raster)
+// The filter run in this process on a raster file, its stream to out: its
+// status and its messages.
+std::pair<int, std::string> runInProcess(const TempDir& dir, const std::string& raster, const std::string& options,
+                                         FILE* out)
 {
-    std::string arguments[] = {"rastertokorvoppli", "1", "user", "title", "1", "", raster};
+    std::string arguments[] = {"rastertokorvoppli", "1", "user", "title", "1", options, raster};
     char* argv[7];
     for (int i = 0; i < 7; ++i) {
         argv[i] = arguments[i].data();
     }
-    FILE* out = fopen("/dev/null", "w");
     FilterEnvironment environment;
     environment.output = out;
     environment.captureDirectory = dir.path();
@@ -199,7 +195,6 @@ InProcessRun runInProcess(const TempDir& dir, const std::string& raster)
     dup2(saved, 2);
     close(saved);
     close(messages);
-    fclose(out);
     return {status, readText(dir.file("messages"))};
 }
 
@@ -213,18 +208,41 @@ TEST(Messages, TruncatedStreamsAtEveryOffset)
     const size_t firstPageEnd = 4 + sizeof(cups_page_header2_t) + 8;
     ASSERT_EQ(whole.size(), firstPageEnd + sizeof(cups_page_header2_t) + 9);
     setenv("PPD", ppdWithModel(dir, "korvr27.ppd", "TEST").c_str(), 1);
+    FILE* out = fopen("/dev/null", "w");
     for (size_t cut = 0; cut <= whole.size(); ++cut) {
         writeFile(dir.file("cut.ras"), std::string(whole.begin(), whole.begin() + long(cut)));
-        const InProcessRun run = runInProcess(dir, dir.file("cut.ras"));
+        const auto [status, err] = runInProcess(dir, dir.file("cut.ras"), "", out);
         const size_t pages = (cut >= firstPageEnd) + (cut == whole.size());
         const bool cleanCut = cut == 0 || cut == 4 || cut == firstPageEnd || cut == whole.size();
-        ASSERT_EQ(run.status, 0) << cut;
-        ASSERT_EQ(countOf(run.err, "\nPAGE: "), pages) << cut;
-        ASSERT_EQ(countOf(run.err, "WARNING: "), cleanCut ? 0u : 1u) << cut << run.err;
+        ASSERT_EQ(status, 0) << cut;
+        ASSERT_EQ(countOf(err, "\nPAGE: "), pages) << cut;
+        ASSERT_EQ(countOf(err, "WARNING: "), cleanCut ? 0u : 1u) << cut << err;
         for (const char* file : {"geometry.log", "messages"}) {
             unlink(dir.file(file).c_str());
         }
     }
+    fclose(out);
+}
+
+// Two runs in one process write the same stream: the tear-off feed that
+// ends the first job leaves no go-back feed pending for the second.
+TEST(Messages, FilterRunsInProcessAsOften)
+{
+    TempDir dir;
+    writeRaster(dir.file("job.ras"), {uniformPage(8, 2, 203, 9), uniformPage(8, 2, 203, 9)});
+    setenv("PPD", builtPpd("korvr27.ppd").c_str(), 1);
+    std::string streams[2];
+    for (std::string& stream : streams) {
+        FILE* out = tmpfile();
+        EXPECT_EQ(runInProcess(dir, dir.file("job.ras"), "Occurrence=EveryPage PostAction=TearOff", out).first, 0);
+        EXPECT_EQ(bNeedGoBack, 1);
+        stream.resize(size_t(ftell(out)));
+        rewind(out);
+        EXPECT_EQ(fread(stream.data(), 1, stream.size(), out), stream.size());
+        fclose(out);
+    }
+    EXPECT_EQ(streams[0], streams[1]);
+    EXPECT_FALSE(streams[0].empty());
 }
 
 // A printer stream that cannot be written ends the job at once.
@@ -354,7 +372,7 @@ TEST(Messages, JobSettings)
 }
 
 // The header of every page; the two formats ending in a newline leave an
-// empty line.
+// empty line. (The geometry log: tests/process/test_files.cpp.)
 TEST(Messages, PageHeaderAndGeometry)
 {
     const FilterResult result = print({.pages = {uniformPage(24, 5, 300, 0)}});
@@ -362,7 +380,6 @@ TEST(Messages, PageHeaderAndGeometry)
                                      "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\n"
                                      "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:24\n"
                                      "DEBUG:header.cupsHeight:5\n"}));
-    EXPECT_EQ(result.geometryLog, "cupsWidth:24, cupsHeight:5, cupsBytesPerLine:24, cupsBitsPerPixel:8\n");
 }
 
 // The pipeline's log of one page, in order, with the values of the

@@ -17,29 +17,7 @@ using namespace korvotest;
 
 namespace {
 
-// Widths that are not multiples of 4 or 8, heights of 1, 3 and 10 rows, at
-// both resolutions.
-std::vector<RasterPage> smallPages(uint32_t seed)
-{
-    std::vector<RasterPage> pages;
-    for (unsigned width : {1u, 5u, 13u, 29u, 37u}) {
-        for (unsigned height : {1u, 3u, 10u}) {
-            const unsigned dpi = (width + height) % 2 ? 203 : 300;
-            const Shade shade = height == 10 ? photoShade(seed + width) : randomShade(seed + width);
-            pages.push_back(grayPage(width, height, dpi, shade, "w288h432"));
-        }
-    }
-    return pages;
-}
-
-TEST(PrintedPages, EveryDitherTypeMatchesTheReference)
-{
-    for (int type = 0; type <= 7; ++type) {
-        printAndCompare({.pages = smallPages(uint32_t(type))}, {.halftoneType = type});
-    }
-}
-
-// The optimised kernels (vector rows, interleaved diffusion rows, pages
+// Every halftone type, and the optimised kernels (vector rows, interleaved diffusion rows, pages
 // loaded and released in bands) on random shapes, from one pixel to past
 // every vector width and band, as the literal reference prints them.
 TEST(PrintedPages, RandomShapesMatchTheReference)

@@ -123,14 +123,7 @@ void placeChannels(const FilterRun& run)
 
 bool FilterResult::errHasLine(const std::string& line) const
 {
-    std::istringstream lines(err);
-    std::string current;
-    while (std::getline(lines, current)) {
-        if (current == line) {
-            return true;
-        }
-    }
-    return false;
+    return ("\n" + err).find("\n" + line + "\n") != std::string::npos;
 }
 
 size_t FilterResult::errCount(const std::string& text) const
@@ -138,30 +131,32 @@ size_t FilterResult::errCount(const std::string& text) const
     return countOf(err, text);
 }
 
-std::string FilterResult::words() const
+// The summary's words, framing errors as "ERROR@<offset>", without the print
+// areas and rows when `control` is set.
+static std::string wordsOf(const std::vector<uint8_t>& out, bool control)
 {
     const korvostream::Stream stream = korvostream::parseStream(out);
-    std::string text;
-    for (const std::string& word : korvostream::summarise(stream)) {
-        text += (text.empty() ? "" : " ") + word;
-    }
+    std::vector<std::string> words = korvostream::summarise(stream);
     for (const korvostream::FramingError& error : stream.errors) {
-        text += " ERROR@" + std::to_string(error.offset);
+        words.push_back("ERROR@" + std::to_string(error.offset));
     }
-    return text;
-}
-
-std::string FilterResult::controlWords() const
-{
-    std::istringstream all(words());
     std::string text;
-    std::string word;
-    while (all >> word) {
-        if (word != "AREA" && word != "ROWS") {
+    for (const std::string& word : words) {
+        if (!control || (word != "AREA" && word != "ROWS")) {
             text += (text.empty() ? "" : " ") + word;
         }
     }
     return text;
+}
+
+std::string FilterResult::words() const
+{
+    return wordsOf(out, false);
+}
+
+std::string FilterResult::controlWords() const
+{
+    return wordsOf(out, true);
 }
 
 std::vector<korvostream::Page> FilterResult::pages() const

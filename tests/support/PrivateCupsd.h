@@ -4,14 +4,13 @@
 // killed with the test process if that dies first.
 #pragma once
 
-#include <cups/cups.h>
-
 #include <string>
-#include <vector>
+
+#include "IppPeer.h"
 
 namespace korvotest {
 
-class PrivateCupsd {
+class PrivateCupsd : public IppPeer {
 public:
     // Prepares the scheduler with the built virtual printer and the test
     // program as the filter (its page captures and geometry log stay in the
@@ -30,17 +29,9 @@ public:
 
     // Submits a file as lp does; the job id, or 0.
     int submit(const std::string& queue, const std::string& file, const std::string& options) const;
-    // Waits until the job has ended (at most the given seconds); its state.
-    ipp_jstate_t waitForJob(int job, double seconds) const;
-    ipp_jstate_t jobState(int job) const;
-    int jobImpressions(int job) const;
-    std::vector<std::string> printerReasons(const std::string& queue) const;
 
 private:
-    ipp_t* jobAttributes(int job) const;
-
     std::string directory_;
-    std::string server_;
     int pid_ = -1;
 };
 

@@ -4,16 +4,29 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <stdexcept>
 
-#include "GrayPageHeader.h"
+#include "common/KorvoString.h"
 
 namespace korvotest {
 
 RasterPage grayPage(unsigned width, unsigned height, unsigned dpi, const Shade& shade, const std::string& sizeName)
 {
     RasterPage page;
-    page.header = grayPageHeader(width, height, dpi, sizeName);
+    cups_page_header2_t& header = page.header;
+    memset(&header, 0, sizeof(header));
+    header.HWResolution[0] = header.HWResolution[1] = dpi;
+    header.PageSize[0] = width * 72 / dpi;
+    header.PageSize[1] = height * 72 / dpi;
+    header.NumCopies = 1;
+    header.cupsWidth = header.cupsBytesPerLine = width;
+    header.cupsHeight = height;
+    header.cupsBitsPerColor = header.cupsBitsPerPixel = 8;
+    header.cupsColorOrder = CUPS_ORDER_CHUNKED;
+    header.cupsColorSpace = CUPS_CSPACE_K;
+    header.cupsNumColors = 1;
+    korvoStrCpy(header.cupsPageSizeName, sizeName.c_str(), sizeof(header.cupsPageSizeName));
     page.pixels.resize(static_cast<size_t>(width) * height);
     for (unsigned y = 0; y < height; ++y) {
         for (unsigned x = 0; x < width; ++x) {

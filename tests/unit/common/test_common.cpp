@@ -42,10 +42,7 @@ TEST(Common, InterfaceOutsideTheFilter)
     });
     EXPECT_EQ(out, "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
 
-    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(nullptr, "KorvoScale", "", 2.5), 2.5);
     static const char text[] = "*PPD-Adobe: \"4.3\"\n"
-                               "*KorvoScale: \"1.75\"\n"
-                               "*KorvoGap Label/Label paper: \"3.5\"\n"
                                "*OpenUI *GapsHeight/Gap: PickOne\n"
                                "*DefaultGapsHeight: 3\n"
                                "*GapsHeight 0/0 mm: \"\"\n"
@@ -60,9 +57,6 @@ TEST(Common, InterfaceOutsideTheFilter)
     // Nothing marked: the option's default choice, not its first.
     EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(ppd, "GapsHeight", 99), 3);
     EXPECT_EQ(korvoPpdGetChoiceAsIntDefault(ppd, "NoSuchOption", -1), -1);
-    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoScale", "", -1.0), 1.75);
-    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoGap", "Label", -1.0), 3.5);
-    EXPECT_DOUBLE_EQ(korvoPpdGetAttrAsFloatDefault(ppd, "KorvoGap", "Roll", 6.25), 6.25);
     EXPECT_STREQ(korvoPpdGetAttrAsStrDefault(ppd, "NoSuchAttr", "", "x"), "x");
     ppdClose(ppd);
 }
