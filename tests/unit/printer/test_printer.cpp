@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Setter clamping, output streams and feeds out of range.
+// Setter clamping, output streams and feeds out of range; the blank-line
+// counts that printImage can log.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "OndrelPrinter.h"
+#include "pipeline/BlankLines.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -80,4 +82,34 @@ TEST(Printer, InterfaceOutsideTheFilter)
     // A feed packet carries the mode, then the lines low byte first, from its byte 5.
     EXPECT_EQ(Bytes(bytes.begin() + 9, bytes.begin() + 12), (Bytes{0x05, 0x45, 0x23}));
     EXPECT_EQ(Bytes(bytes.begin() + 22, bytes.begin() + 25), (Bytes{0xFF, 0x02, 0x00}));
+}
+
+TEST(BlankLines, CountsFromFrontAndBack)
+{
+    constexpr size_t kWidth = 12, kHeight = 100;
+    // Ink on the given lines, plus the spare zeroed line the page loop keeps.
+    auto page = [](std::initializer_list<size_t> inked) {
+        Bytes rows((kHeight + 1) * kWidth, 0);
+        for (size_t line : inked) {
+            rows[line * kWidth + 3] = 200;
+        }
+        return rows;
+    };
+    auto front = [](const Bytes& p, size_t skip = 0) {
+        return korvoImageCountBlankLinesFromFront(p.data(), kWidth, kHeight, skip, kWidth);
+    };
+    auto back = [](const Bytes& p, size_t skip = 0) {
+        return korvoImageCountBlankLinesFromBack(p.data(), kWidth, kHeight, skip, kWidth);
+    };
+    EXPECT_EQ(front(page({10, 50})), 9u);  // the first test is of line 1
+    EXPECT_EQ(front(page({0})), kHeight);
+    EXPECT_EQ(back(page({10, 79})), 80u);
+    EXPECT_EQ(back(page({0})), 1u);
+    EXPECT_EQ(back(page({})), 0u);
+
+    Bytes edge = page({});
+    edge[40 * kWidth + kWidth - 1] = 255;  // ink in the last byte of line 40 only
+    EXPECT_EQ(back(edge, 1), 0u);
+    EXPECT_EQ(back(edge, kWidth + 1), 41u);  // a skip longer than the line is dropped
+    EXPECT_EQ(front(edge, kWidth + 1), 39u);
 }
