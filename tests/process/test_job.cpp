@@ -108,7 +108,7 @@ TEST(FilterJob, MediaActionsFollowTheTable)
 // The queries go between the start sequence and the page, and after it.
 TEST(Messages, StatusQueriesAroundThePage)
 {
-    PrinterChannels printer([](int poll) { return PollAnswer{fullStatusReply(poll == 0 ? 0x800000 : 0x80000)}; });
+    PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll == 0 ? 0x800000 : 0x80000)}; });
     const FilterResult result =
         print({.model = "R27", .pages = {uniformPage(8, 2, 203, 0)}, .run = {.printer = &printer}});
     EXPECT_EQ(result.controlWords(), "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 PC1 QUERY PC0 PC1");
