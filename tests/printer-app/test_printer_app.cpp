@@ -296,21 +296,6 @@ std::string everywhereTest(const TempDir& dir)
     return copy + "/ipp-everywhere.test";
 }
 
-// The names of the tests ipptool reports failed.
-std::vector<std::string> failedTests(const std::string& output)
-{
-    std::vector<std::string> names;
-    std::istringstream lines(output);
-    for (std::string line; std::getline(lines, line);) {
-        const size_t mark = line.find("[FAIL]");
-        if (mark != std::string::npos) {
-            const size_t start = line.find_first_not_of(' ');
-            names.push_back(line.substr(start, line.find_last_not_of(' ', mark - 1) + 1 - start));
-        }
-    }
-    return names;
-}
-
 // Every test passes but, at times, one that no driver can make pass: PAPPL
 // 1.3.1 may answer a Print-Job with job-hold-until=indefinite without
 // job-state-reasons.
@@ -335,8 +320,12 @@ TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
     }
     for (auto& run : runs) {
         const std::string output = run.get();
-        const std::vector<std::string> failed = failedTests(output);
-        EXPECT_TRUE(failed.empty() || failed == std::vector<std::string>{"Print-Job with job-hold-until"}) << output;
+        std::istringstream lines(output);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_TRUE(line.find("[FAIL]") == std::string::npos ||
+                        line.find("Print-Job with job-hold-until ") != std::string::npos)
+                << output;
+        }
         EXPECT_EQ(countOf(output, "cannot be read"), 0u) << output;
         EXPECT_GT(countOf(output, "[PASS]"), 35u) << output;
     }

@@ -108,18 +108,6 @@ TEST(Messages, PageLoopFailuresAndHostileInput)
          {1, 1},
          {"ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per pixel!\n"},
          kPage.substr(0, kPage.size() - 1)},
-        {"16 bits per pixel",
-         {.pages = {good, page(4, 4, [](auto& h) { h.cupsBitsPerPixel = 16; })}},
-         {1, 1},
-         {"ERROR:Unsupported bits per pixel : 16 ! Requires 8 bits per pixel!\n"}},
-        {"24 bits per pixel",
-         {.pages = {page(12, 4,
-                         [](auto& h) {
-                             h.cupsWidth = 4;
-                             h.cupsBitsPerPixel = 24;
-                         })}},
-         {1, 0},
-         {"ERROR:Unsupported bits per pixel : 24"}},
         {"more than 4 GiB",
          {.pages = {tooLarge}},
          {1, 0},
