@@ -10,6 +10,7 @@
 #include <chrono>
 #include <optional>
 
+#include "CaptureStderr.h"
 #include "Filter.h"
 #include "Job.h"
 #include "OndrelPrinter.h"
@@ -233,16 +234,9 @@ std::pair<int, std::string> runInProcess(const TempDir& dir, const std::string& 
     environment.captureDirectory = dir.path();
     environment.geometryLogPath = dir.file("geometry.log");
     environment.statusPollLimit = 0;
-    fflush(stderr);
-    const int saved = dup(2);
-    const int messages = open(dir.file("messages").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    dup2(messages, 2);
-    const int status = runFilter(7, argv, environment);
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    close(messages);
-    return {status, readText(dir.file("messages"))};
+    int status = -1;
+    const std::string messages = captureStderr([&] { status = runFilter(7, argv, environment); });
+    return {status, messages};
 }
 
 // A two-page job cut at every offset: it always ends normally, prints every
@@ -264,9 +258,7 @@ TEST(Messages, TruncatedStreamsAtEveryOffset)
         ASSERT_EQ(status, 0) << cut;
         ASSERT_EQ(countOf(err, "\nPAGE: "), pages) << cut;
         ASSERT_EQ(countOf(err, "WARNING: "), cleanCut ? 0u : 1u) << cut << err;
-        for (const char* file : {"geometry.log", "messages"}) {
-            unlink(dir.file(file).c_str());
-        }
+        unlink(dir.file("geometry.log").c_str());
     }
     fclose(out);
 }
