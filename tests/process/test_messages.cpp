@@ -77,6 +77,7 @@ TEST(Messages, PageLoopFailuresAndHostileInput)
     // nothing is printed for it, the job ends normally.
     RasterPage unreadable = uniformPage(32, 10, 203, 0);
     unreadable.pixels.resize(96);
+    PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll == 0 ? 0x800000 : 0x80000)}; });
     const std::string longValue(300, 'x');
     std::string manyOptions;
     for (int i = 0; i < 10000; ++i) {
@@ -188,6 +189,36 @@ TEST(Messages, PageLoopFailuresAndHostileInput)
          {0, 1},
          {"settings->MirrorImage:0\n", "settings->Darkness:8\n", "settings->halftoneType:0\n"}},
         {"ten thousand options", {.pages = {good}, .options = manyOptions}, {0, 1}, {"INFO: page 1\n"}},
+        // The header of every page; the two formats ending in a newline
+        // leave an empty line. (The geometry log: tests/process/test_files.cpp.)
+        {"the page header",
+         {.pages = {uniformPage(24, 5, 300, 0)}},
+         {0, 1},
+         {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
+          "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\nDEBUG:header.HWResolution[1]:300\n"
+          "DEBUG:header.cupsWidth:24\nDEBUG:header.cupsHeight:5\n"}},
+        {"captures that cannot be written",
+         {.pages = {good}, .run = {.captureDir = "/nonexistent"}},
+         {0, 1},
+         {"KorvoPrinter::saveImage: unable to open the file /nonexistent/",
+          "KorvoPrinter::saveImage: unable to open the file /nonexistent/"}},
+        // A stencil printer feeds 120/254 inch before every image: 141 lines
+        // at 300 dpi, 95 at 203.
+        {"a stencil printer's feed before each image",
+         {.ppd = "korvk5.ppd",
+          .pages = {uniformPage(16, 2, 300, 9), uniformPage(16, 2, 203, 9)},
+          .options = "HalftoneType=None AntiWrinkle=0"},
+         {0, 2},
+         {},
+         "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 AREA ROWS "
+         "PC1 PC0 PC1"},
+        // The status queries go between the start sequence and the page, and
+        // after it.
+        {"status queries around the page",
+         {.model = "R27", .pages = {good}, .run = {.printer = &printer}},
+         {0, 1},
+         {},
+         "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 AREA ROWS PC1 QUERY PC0 PC1"},
         {"wrong arguments",
          {.run = {.shipped = true, .args = {"1", "user", "title", "1"}}},
          {1, 0},
@@ -301,13 +332,6 @@ TEST(Messages, OutputThatCannotBeWritten)
     close(broken[1]);
 }
 
-TEST(Messages, CapturesThatCannotBeWritten)
-{
-    const FilterResult result = print({.pages = {uniformPage(8, 2, 203, 0)}, .run = {.captureDir = "/nonexistent"}});
-    EXPECT_EQ(result.errCount("KorvoPrinter::saveImage: unable to open the file /nonexistent/"), 2u);
-    EXPECT_EQ(result.pages().size(), 1u);
-}
-
 // The conversions of the settings as they are logged: "middle" is not
 // "Middle"; the low byte of 255 is -1 as a signed char; integers and
 // booleans go through atoi, so "abc" and "off" give 0, not the default;
@@ -344,17 +368,6 @@ TEST(Messages, JobSettings)
                                 floatText(2 * 0.3528) + ")"));
     EXPECT_TRUE(inOrder(print({.ppd = conversions, .pages = {page}}).err,
                         {"DEBUG:Custom Size: (288.000000,432.000000,0.000000,0.000000,288.000000,432.000000)\n"}));
-}
-
-// The header of every page; the two formats ending in a newline leave an
-// empty line. (The geometry log: tests/process/test_files.cpp.)
-TEST(Messages, PageHeaderAndGeometry)
-{
-    const FilterResult result = print({.pages = {uniformPage(24, 5, 300, 0)}});
-    EXPECT_TRUE(inOrder(result.err, {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
-                                     "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\n"
-                                     "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:24\n"
-                                     "DEBUG:header.cupsHeight:5\n"}));
 }
 
 // The pipeline's log of one page, in order, with the values of the
