@@ -4,9 +4,7 @@
 // paper-out shows and clears, a job cancelled in the wait ends promptly, a
 // bad document ends its job only, ipptool's IPP Everywhere test passes for
 // every driver, and a CUPS queue made with -m everywhere prints.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -93,20 +91,6 @@ TEST(JobSettings, DarknessMapsOntoTheDensityAndLabelModesOntoTheMediaAction)
     }
 }
 
-// The same pages in PWG raster: black 8-bit, the size under its PWG name.
-void writePwgRaster(const std::string& path, std::vector<RasterPage> pages)
-{
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    cups_raster_t* raster = cupsRasterOpen(fd, CUPS_RASTER_WRITE_PWG);
-    for (RasterPage& page : pages) {
-        strcpy(page.header.cupsPageSizeName, "iso_a4_210x297mm");
-        cupsRasterWriteHeader2(raster, &page.header);
-        cupsRasterWritePixels(raster, page.pixels.data(), static_cast<unsigned>(page.pixels.size()));
-    }
-    cupsRasterClose(raster);
-    close(fd);
-}
-
 // The stream without its status queries.
 std::vector<uint8_t> withoutQueries(const std::vector<uint8_t>& stream)
 {
@@ -191,7 +175,7 @@ TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
         const FilterResult filter =
             print(Job{.ppd = printer.ppd, .pages = pages, .options = "PostAction=TearOff " + std::string(row.ppd)});
         ASSERT_EQ(filter.exitStatus, 0) << filter.err;
-        writePwgRaster(dir.file("job.pwg"), pages);
+        writeRaster(dir.file("job.pwg"), pages, 1, CUPS_RASTER_WRITE_PWG);
         const int job = server->submit(printer.name, dir.file("job.pwg"), row.ipp);
         ASSERT_GT(job, 0) << row.ipp;
         ASSERT_EQ(server->waitForJob(printer.name, job, 30), IPP_JSTATE_COMPLETED) << row.ipp;
@@ -241,7 +225,7 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
 {
     ASSERT_TRUE(server->addPrinter("paperout", "korvo_r27_203", "ready,paperout:3,ready"));
     ASSERT_TRUE(server->addPrinter("stuck", "korvo_k5_300", "ready,coveropen"));
-    writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 203, photoShade(3))});
+    writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 203, photoShade(3))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> job =
         std::async(std::launch::async, [&] { return server->submit("paperout", dir.file("job.pwg"), ""); });
     bool seen = false;
@@ -253,7 +237,7 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
     EXPECT_EQ(server->waitForJob("paperout", job.get(), 30), IPP_JSTATE_COMPLETED);
     EXPECT_FALSE(hasReason(server->printerReasons("paperout"), "media-empty"));
 
-    writePwgRaster(dir.file("stencil.pwg"), {grayPage(64, 32, 300, photoShade(4))});
+    writeRaster(dir.file("stencil.pwg"), {grayPage(64, 32, 300, photoShade(4))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> waiting =
         std::async(std::launch::async, [&] { return server->submit("stuck", dir.file("stencil.pwg"), ""); });
     for (int i = 0; i < 100 && !hasReason(server->printerReasons("stuck"), "cover-open"); ++i) {
@@ -279,7 +263,7 @@ TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
     EXPECT_EQ(server->waitForJob("broken", 1, 30), IPP_JSTATE_ABORTED);
     EXPECT_EQ(server->jobText("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
         << server->jobText("broken", 1, "job-state-message");
-    writePwgRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))});
+    writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))}, 1, CUPS_RASTER_WRITE_PWG);
     EXPECT_EQ(server->waitForJob("broken", server->submit("broken", dir.file("job.pwg"), ""), 30),
               IPP_JSTATE_COMPLETED);
 }
@@ -293,40 +277,23 @@ std::string everywhereTest(const TempDir& dir)
     const std::string copy = dir.file("ipptool");
     // The IPP/1.1 test's PDF and PostScript documents are sent only to
     // printers that take those formats; its JPEG is sent.
-    runShell(
-        "mkdir -p '" + copy + "' && cp " KORVO_IPPTOOL_DIR "/*.test '" + copy + "' && cd '" + copy +
-        "' && touch document-a4.pdf document-letter.pdf document-a4.ps document-letter.ps && gs -q -dSAFER "
-        "-sDEVICE=jpeg -r100 -g300x200 -o color.jpg -c '1 0 0 setrgbcolor 20 20 150 80 rectfill showpage' && gs -q "
-        "-dSAFER -sDEVICE=jpeggray -r100 -g300x200 -o gray.jpg -c '0.5 setgray 20 20 150 80 rectfill showpage'");
+    runShell("mkdir -p '" + copy + "' && cp " KORVO_IPPTOOL_DIR "/*.test '" + copy + "' && cd '" + copy +
+             "' && "
+             R"sh(
+        touch document-a4.pdf document-letter.pdf document-a4.ps document-letter.ps
+        gs -q -dSAFER -sDEVICE=jpeg -r100 -g300x200 -o color.jpg -c '1 0 0 setrgbcolor 20 20 150 80 rectfill showpage'
+        gs -q -dSAFER -sDEVICE=jpeggray -r100 -g300x200 -o gray.jpg -c '0.5 setgray 20 20 150 80 rectfill showpage'
+        for f in $(grep -o 'pwg-raster-samples-[^ ]*' ipp-everywhere.test); do mkdir -p "$(dirname $f)"; touch $f; done)sh");
     std::string names;
-    runShell("grep -o 'pwg-raster-samples-[^ ]*' " KORVO_IPPTOOL_DIR "/ipp-everywhere.test | sort -u", &names);
+    runShell("cd '" + copy + "' && ls pwg-raster-samples-*/*/*sgray-8-*", &names);
     std::istringstream lines(names);
     for (std::string name; std::getline(lines, name);) {
-        runShell("mkdir -p \"$(dirname '" + copy + "/" + name + "')\" && touch '" + copy + "/" + name + "'");
-        const size_t dpi = name.find("sgray-8-");
-        if (dpi != std::string::npos) {
-            const unsigned resolution = static_cast<unsigned>(atoi(name.c_str() + dpi + 8));
-            RasterPage page = grayPage(resolution / 2, resolution / 2, resolution, photoShade(6));
-            page.header.cupsColorSpace = CUPS_CSPACE_SW;
-            writePwgRaster(copy + "/" + name, {page});
-        }
+        const unsigned dpi = static_cast<unsigned>(atoi(name.c_str() + name.find("sgray-8-") + 8));
+        RasterPage page = grayPage(dpi / 2, dpi / 2, dpi, photoShade(6));
+        page.header.cupsColorSpace = CUPS_CSPACE_SW;
+        writeRaster(copy + "/" + name, {page}, 1, CUPS_RASTER_WRITE_PWG);
     }
     return copy + "/ipp-everywhere.test";
-}
-
-// The names of the tests ipptool reports failed.
-std::vector<std::string> failedTests(const std::string& output)
-{
-    std::vector<std::string> names;
-    std::istringstream lines(output);
-    for (std::string line; std::getline(lines, line);) {
-        const size_t mark = line.find("[FAIL]");
-        if (mark != std::string::npos) {
-            const size_t start = line.find_first_not_of(' ');
-            names.push_back(line.substr(start, line.find_last_not_of(' ', mark - 1) + 1 - start));
-        }
-    }
-    return names;
 }
 
 // Every test passes but, at times, one that no driver can make pass: PAPPL
@@ -353,8 +320,12 @@ TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
     }
     for (auto& run : runs) {
         const std::string output = run.get();
-        const std::vector<std::string> failed = failedTests(output);
-        EXPECT_TRUE(failed.empty() || failed == std::vector<std::string>{"Print-Job with job-hold-until"}) << output;
+        std::istringstream lines(output);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_TRUE(line.find("[FAIL]") == std::string::npos ||
+                        line.find("Print-Job with job-hold-until ") != std::string::npos)
+                << output;
+        }
         EXPECT_EQ(countOf(output, "cannot be read"), 0u) << output;
         EXPECT_GT(countOf(output, "[PASS]"), 35u) << output;
     }

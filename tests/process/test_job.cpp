@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "Job.h"
-#include "PrinterChannels.h"
 
 using namespace korvotest;
 
@@ -103,26 +102,6 @@ TEST(FilterJob, MediaActionsFollowTheTable)
             }
         }
     }
-}
-
-// The queries go between the start sequence and the page, and after it.
-TEST(Messages, StatusQueriesAroundThePage)
-{
-    PrinterChannels printer([](int poll) { return PollAnswer{fullStatusReply(poll == 0 ? 0x800000 : 0x80000)}; });
-    const FilterResult result =
-        print({.model = "R27", .pages = {uniformPage(8, 2, 203, 0)}, .run = {.printer = &printer}});
-    EXPECT_EQ(result.controlWords(), "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 PC1 QUERY PC0 PC1");
-}
-
-// A stencil printer feeds 120/254 inch before every image: 141 lines at
-// 300 dpi, 95 at 203.
-TEST(FilterJob, StencilPrinterFeedsBeforeEachImage)
-{
-    const FilterResult result = print({.ppd = "korvk5.ppd",
-                                       .pages = {uniformPage(16, 2, 300, 9), uniformPage(16, 2, 203, 9)},
-                                       .options = "HalftoneType=None AntiWrinkle=0"});
-    EXPECT_EQ(result.words(), "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 "
-                              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 AREA ROWS PC1 PC0 PC1");
 }
 
 }  // namespace

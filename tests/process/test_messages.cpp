@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <optional>
 
+#include "CaptureStderr.h"
 #include "Filter.h"
 #include "Job.h"
 #include "OndrelPrinter.h"
@@ -39,27 +41,6 @@ std::string floatText(double value)
     return text;
 }
 
-// Arguments, input and the paper size are checked before anything goes to
-// the printer; the shipped program ends with its message and status 1.
-TEST(Messages, EarlyEndings)
-{
-    TempDir dir;
-    const std::pair<FilterRun, std::string> cases[] = {
-        {{.shipped = true, .args = {"1", "user", "title", "1"}},
-         "rastertokorvoppli v1.0.0\n\nUsage:\n\n    rastertokorvoppli job_id user title copyies options [file]\n\n"},
-        {{.shipped = true, .rasterFile = dir.file("missing.ras"), .ppd = builtPpd("korvr27.ppd")},
-         "ERROR: Unable to open raster file - "},
-        {{.shipped = true, .stdinFile = "/dev/null"},
-         "ERROR: Paper size must not less than 1.0 : (0.000000, 0.000000)\n"},
-    };
-    for (const auto& [run, message] : cases) {
-        const FilterResult result = runFilter(run);
-        EXPECT_EQ(result.exitStatus, 1);
-        EXPECT_EQ(result.err.substr(result.err.size() - std::min(result.err.size(), message.size())), message);
-        EXPECT_TRUE(result.out.empty());
-    }
-}
-
 const std::string kPage = "NUL*64 PC0 DENSITY8 PC1 PC0 AREA ROWS PC1 ";
 const std::string kPageStart = "NUL*64 PC0 DENSITY8 PC1 ";
 const std::string kJobEnd = "PC0 PC1";
@@ -74,16 +55,29 @@ RasterPage page(unsigned width, unsigned height, const std::function<void(cups_p
     return p;
 }
 
-// Headers, PPDs and options as a hostile or careless sender makes them:
-// each ends with its status and its telling line, and every page before a
-// failure is printed.
-TEST(Messages, HostileInputEndsCleanly)
+// Jobs that print, end early or skip a page, and headers, PPDs, options and
+// arguments as a hostile or careless sender makes them: the exit status,
+// the pages printed, the whole stream when given, and the spooler lines in
+// order. Every page before a failure is printed; a job that fails sends no
+// job end and no final state line. Arguments, input and the paper size are
+// checked before anything goes to the printer, and the shipped program ends
+// with its message.
+TEST(Messages, PageLoopFailuresAndHostileInput)
 {
     TempDir dir;
     writeFile(dir.file("empty.ppd"), "");
     writeFile(dir.file("bare.ppd"), "*PPD-Adobe: \"4.3\"\n*OpenUI *PageSize: PickOne\n*DefaultPageSize: A4\n"
                                     "*PageSize A4: \"\"\n*CloseUI: *PageSize\n*PaperDimension A4: \"595 842\"\n");
     const RasterPage good = page(16, 2);
+    const RasterPage oneBit = page(16, 2, [](auto& h) { h.cupsBitsPerPixel = 1; });
+    RasterPage tooLarge = uniformPage(65536, 1, 203, 0);
+    tooLarge.header.cupsHeight = 65536;
+    tooLarge.pixels.clear();
+    // libcups cannot read on after a short page: the page is not counted,
+    // nothing is printed for it, the job ends normally.
+    RasterPage unreadable = uniformPage(32, 10, 203, 0);
+    unreadable.pixels.resize(96);
+    PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll == 0 ? 0x800000 : 0x80000)}; });
     const std::string longValue(300, 'x');
     std::string manyOptions;
     for (int i = 0; i < 10000; ++i) {
@@ -92,26 +86,65 @@ TEST(Messages, HostileInputEndsCleanly)
     struct Case {
         const char* what;
         Job job;
-        int status;
-        size_t pages;
+        std::pair<int, size_t> statusAndPages;
         std::vector<std::string> lines;
+        std::optional<std::string> words = {};
     };
     const Case cases[] = {
-        {"one pixel", {.pages = {page(1, 1)}}, 0, 1, {"INFO: page 1\n"}},
-        {"lines longer than the width", {.pages = {page(12, 3, [](auto& h) { h.cupsWidth = 9; })}}, 0, 1, {}},
+        {"two pages",
+         {.pages = {good, good}},
+         {0, 2},
+         {"DEBUG: Enter jobSetup\n", "DEBUG: Exit jobSetup\n", "INFO: page 1\n",
+          "\nPAGE: 1 1\nATTR: job-impressions-completed=1\n", "INFO: page 2\n",
+          "\nPAGE: 2 1\nATTR: job-impressions-completed=2\n", "DEBUG: Enter jobEnd\n", "DEBUG: Exit jobEnd\n",
+          "STATE: -media-empty-warning\n"},
+         kPage + kPage + kJobEnd},
+        {"no pages", {}, {0, 0}, {"STATE: -media-empty-warning\n"}, kJobEnd},
+        {"a page without a valid header",
+         {.pages = {good, uniformPage(16, 0, 203, 0), good}},
+         {0, 1},
+         {"WARNING: Page 2 has no valid page header; it and the pages after it are not printed.\n"},
+         kPage + kJobEnd},
+        {"one bit per pixel",
+         {.pages = {good, oneBit}},
+         {1, 1},
+         {"ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per pixel!\n"},
+         kPage.substr(0, kPage.size() - 1)},
+        {"more than 4 GiB",
+         {.pages = {tooLarge}},
+         {1, 0},
+         {"ERROR:Page too large: 65536 bytes per line x 65536 lines exceeds 4 GiB\n"},
+         ""},
+        {"a page wider than its lines",
+         {.pages = {good, page(16, 2, [](auto& h) { h.cupsWidth = 20; })}},
+         {1, 1},
+         {"ERROR:Page width 20 is larger than its 16 bytes per line\n"},
+         kPage.substr(0, kPage.size() - 1)},
+        // A page that cannot be loaded prints nothing, not the previous page.
+        {"a page of width 0",
+         {.pages = {good, page(16, 2, [](auto& h) { h.cupsWidth = 0; })}},
+         {0, 1},
+         {"INFO: page 2\n", "CRIT:dibimage.CreateFromArray with grey failed!\n",
+          "ERROR:printImage: pimage is NULL, unable to print the image\n"},
+         kPage + kPageStart + "PC0 PC1 " + kJobEnd},
+        {"a short page",
+         {.pages = {good, unreadable}},
+         {0, 1},
+         {"INFO: page 1\n", "DEBUG:PAGE: 1 1\n"},
+         kPage + kPageStart + kJobEnd},
+        {"one pixel", {.pages = {page(1, 1)}}, {0, 1}, {"INFO: page 1\n"}},
+        {"lines longer than the width", {.pages = {page(12, 3, [](auto& h) { h.cupsWidth = 9; })}}, {0, 1}, {}},
         {"a page of 2^32 - 1 bytes without its pixels",
          {.pages = {good, page(1, 1,
                                [](auto& h) {
                                    h.cupsWidth = h.cupsBytesPerLine = 65535;
                                    h.cupsHeight = 65537;
                                })}},
-         0,
-         1,
+         {0, 1},
          {"WARNING: The raster data of page 2 ends early; the page is not printed.\n"}},
         {"16 bits per pixel",
          {.pages = {good, page(4, 4, [](auto& h) { h.cupsBitsPerPixel = 16; })}},
-         1,
-         1,
+         {1, 1},
          {"ERROR:Unsupported bits per pixel : 16 ! Requires 8 bits per pixel!\n"}},
         {"24 bits per pixel",
          {.pages = {page(12, 4,
@@ -119,8 +152,7 @@ TEST(Messages, HostileInputEndsCleanly)
                              h.cupsWidth = 4;
                              h.cupsBitsPerPixel = 24;
                          })}},
-         1,
-         0,
+         {1, 0},
          {"ERROR:Unsupported bits per pixel : 24"}},
         {"resolutions 0, 1 and 65535, compression, colour fields outside their enumerations",
          {.ppd = "korvk5.ppd",
@@ -137,37 +169,84 @@ TEST(Messages, HostileInputEndsCleanly)
                              h.cupsColorSpace = static_cast<cups_cspace_t>(77);
                          })},
           .options = "AntiWrinkle=1"},
-         0,
-         3,
+         {0, 3},
          {"header.cupsColorOrder:-1\n", "header.cupsColorSpace:77\n"}},
         {"a pre-feed from a resolution of 2^31 and more",
          {.ppd = "korvk5.ppd", .pages = {page(8, 2, [](auto& h) { h.HWResolution[0] = 0x80000001u; })}},
-         0,
-         1,
+         {0, 1},
          {"Fed 1014559204 lines before printing.\n"}},
         {"no PPD file",
          {.ppd = "", .pages = {good}, .run = {.ppd = "/nonexistent.ppd"}},
-         1,
-         0,
+         {1, 0},
          {"WARNING: Unable to open the PPD file \"/nonexistent.ppd\""}},
         {"an empty PPD",
          {.ppd = dir.file("empty.ppd"), .pages = {good}},
-         1,
-         0,
+         {1, 0},
          {"WARNING: Unable to open the PPD file", "ERROR: Paper size must not less than 1.0"}},
-        {"a PPD without most options", {.ppd = dir.file("bare.ppd"), .pages = {good}}, 0, 1, {"halftoneType:0\n"}},
+        {"a PPD without most options", {.ppd = dir.file("bare.ppd"), .pages = {good}}, {0, 1}, {"halftoneType:0\n"}},
         {"unknown choices, empty, long and non-ASCII values",
          {.pages = {good}, .options = "HalftoneType=Bogus PageSize= MirrorImage=\xC3\xA4 Darkness=" + longValue},
-         0,
-         1,
+         {0, 1},
          {"settings->MirrorImage:0\n", "settings->Darkness:8\n", "settings->halftoneType:0\n"}},
-        {"ten thousand options", {.pages = {good}, .options = manyOptions}, 0, 1, {"INFO: page 1\n"}},
+        {"ten thousand options", {.pages = {good}, .options = manyOptions}, {0, 1}, {"INFO: page 1\n"}},
+        // The header of every page; the two formats ending in a newline
+        // leave an empty line. (The geometry log: tests/process/test_files.cpp.)
+        {"the page header",
+         {.pages = {uniformPage(24, 5, 300, 0)}},
+         {0, 1},
+         {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
+          "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\nDEBUG:header.HWResolution[1]:300\n"
+          "DEBUG:header.cupsWidth:24\nDEBUG:header.cupsHeight:5\n"}},
+        {"captures that cannot be written",
+         {.pages = {good}, .run = {.captureDir = "/nonexistent"}},
+         {0, 1},
+         {"KorvoPrinter::saveImage: unable to open the file /nonexistent/",
+          "KorvoPrinter::saveImage: unable to open the file /nonexistent/"}},
+        // A stencil printer feeds 120/254 inch before every image: 141 lines
+        // at 300 dpi, 95 at 203.
+        {"a stencil printer's feed before each image",
+         {.ppd = "korvk5.ppd",
+          .pages = {uniformPage(16, 2, 300, 9), uniformPage(16, 2, 203, 9)},
+          .options = "HalftoneType=None AntiWrinkle=0"},
+         {0, 2},
+         {},
+         "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 AREA ROWS "
+         "PC1 PC0 PC1"},
+        // The status queries go between the start sequence and the page, and
+        // after it.
+        {"status queries around the page",
+         {.model = "R27", .pages = {good}, .run = {.printer = &printer}},
+         {0, 1},
+         {},
+         "NUL*64 PC0 DENSITY8 PC1 QUERY PC0 AREA ROWS PC1 QUERY PC0 PC1"},
+        {"wrong arguments",
+         {.run = {.shipped = true, .args = {"1", "user", "title", "1"}}},
+         {1, 0},
+         {"rastertokorvoppli v1.0.0\n\nUsage:\n\n    rastertokorvoppli job_id user title copyies options [file]\n\n"},
+         ""},
+        {"a raster file that is missing",
+         {.run = {.shipped = true, .args = {"1", "user", "title", "1", "", dir.file("missing.ras")}}},
+         {1, 0},
+         {"ERROR: Unable to open raster file - "},
+         ""},
+        {"no PPD and no pages",
+         {.ppd = "", .run = {.shipped = true}},
+         {1, 0},
+         {"ERROR: Paper size must not less than 1.0 : (0.000000, 0.000000)\n"},
+         ""},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
         const FilterResult result = print(c.job);
-        EXPECT_EQ(result.exitStatus, c.status) << c.what;
-        EXPECT_EQ(result.pages().size(), c.pages) << c.what;
-        EXPECT_TRUE(inOrder(result.err, c.lines)) << c.what;
+        EXPECT_EQ(std::make_pair(result.exitStatus, result.pages().size()), c.statusAndPages);
+        if (c.words) {
+            EXPECT_EQ(result.words(), *c.words);
+        }
+        EXPECT_TRUE(inOrder(result.err, c.lines)) << result.err;
+        EXPECT_EQ(result.errHasLine("STATE: -media-empty-warning"), c.statusAndPages.first == 0);
+        if (c.job.run.shipped) {
+            EXPECT_TRUE(result.err.ends_with(c.lines.back())) << result.err;
+        }
     }
 }
 
@@ -186,16 +265,9 @@ std::pair<int, std::string> runInProcess(const TempDir& dir, const std::string& 
     environment.captureDirectory = dir.path();
     environment.geometryLogPath = dir.file("geometry.log");
     environment.statusPollLimit = 0;
-    fflush(stderr);
-    const int saved = dup(2);
-    const int messages = open(dir.file("messages").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    dup2(messages, 2);
-    const int status = runFilter(7, argv, environment);
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    close(messages);
-    return {status, readText(dir.file("messages"))};
+    int status = -1;
+    const std::string messages = captureStderr([&] { status = runFilter(7, argv, environment); });
+    return {status, messages};
 }
 
 // A two-page job cut at every offset: it always ends normally, prints every
@@ -217,9 +289,7 @@ TEST(Messages, TruncatedStreamsAtEveryOffset)
         ASSERT_EQ(status, 0) << cut;
         ASSERT_EQ(countOf(err, "\nPAGE: "), pages) << cut;
         ASSERT_EQ(countOf(err, "WARNING: "), cleanCut ? 0u : 1u) << cut << err;
-        for (const char* file : {"geometry.log", "messages"}) {
-            unlink(dir.file(file).c_str());
-        }
+        unlink(dir.file("geometry.log").c_str());
     }
     fclose(out);
 }
@@ -262,77 +332,6 @@ TEST(Messages, OutputThatCannotBeWritten)
     close(broken[1]);
 }
 
-// Jobs that print, end early or skip a page: the exit status, the whole
-// packet sequence and the spooler lines, in order. A job that fails sends
-// no job end and no final state line.
-TEST(Messages, PageLoopAndFailures)
-{
-    const RasterPage good = uniformPage(16, 2, 203, 200);
-    RasterPage oneBit = good;
-    oneBit.header.cupsBitsPerPixel = 1;
-    RasterPage tooLarge = uniformPage(65536, 1, 203, 0);
-    tooLarge.header.cupsHeight = 65536;
-    tooLarge.pixels.clear();
-    RasterPage wide = good;
-    wide.header.cupsWidth = 20;
-    RasterPage zeroWidth = good;
-    zeroWidth.header.cupsWidth = 0;
-    // libcups cannot read on after a short page: the page is not counted,
-    // nothing is printed for it, the job ends normally.
-    RasterPage unreadable = uniformPage(32, 10, 203, 0);
-    unreadable.pixels.resize(96);
-    struct Case {
-        std::vector<RasterPage> pages;
-        int status;
-        std::string words;
-        std::vector<std::string> lines;
-    };
-    const Case cases[] = {
-        {{good, good},
-         0,
-         kPage + kPage + kJobEnd,
-         {"DEBUG: Enter jobSetup\n", "DEBUG: Exit jobSetup\n", "INFO: page 1\n",
-          "\nPAGE: 1 1\nATTR: job-impressions-completed=1\n", "INFO: page 2\n",
-          "\nPAGE: 2 1\nATTR: job-impressions-completed=2\n", "DEBUG: Enter jobEnd\n", "DEBUG: Exit jobEnd\n",
-          "STATE: -media-empty-warning\n"}},
-        {{}, 0, kJobEnd, {"STATE: -media-empty-warning\n"}},
-        {{good, uniformPage(16, 0, 203, 0), good},
-         0,
-         kPage + kJobEnd,
-         {"WARNING: Page 2 has no valid page header; it and the pages after it are not printed.\n"}},
-        {{good, oneBit},
-         1,
-         kPage.substr(0, kPage.size() - 1),
-         {"ERROR:Unsupported bits per pixel : 1 ! Requires 8 bits per pixel!\n"}},
-        {{tooLarge}, 1, "", {"ERROR:Page too large: 65536 bytes per line x 65536 lines exceeds 4 GiB\n"}},
-        {{good, wide},
-         1,
-         kPage.substr(0, kPage.size() - 1),
-         {"ERROR:Page width 20 is larger than its 16 bytes per line\n"}},
-        // A page that cannot be loaded prints nothing, not the previous page.
-        {{good, zeroWidth},
-         0,
-         kPage + kPageStart + "PC0 PC1 " + kJobEnd,
-         {"INFO: page 2\n", "CRIT:dibimage.CreateFromArray with grey failed!\n",
-          "ERROR:printImage: pimage is NULL, unable to print the image\n"}},
-        {{good, unreadable}, 0, kPage + kPageStart + kJobEnd, {"INFO: page 1\n", "DEBUG:PAGE: 1 1\n"}},
-    };
-    for (const Case& c : cases) {
-        const FilterResult result = print({.pages = c.pages});
-        EXPECT_EQ(result.exitStatus, c.status) << c.words;
-        EXPECT_EQ(result.words(), c.words);
-        EXPECT_TRUE(inOrder(result.err, c.lines)) << result.err;
-        EXPECT_EQ(result.errHasLine("STATE: -media-empty-warning"), c.status == 0) << c.words;
-    }
-}
-
-TEST(Messages, CapturesThatCannotBeWritten)
-{
-    const FilterResult result = print({.pages = {uniformPage(8, 2, 203, 0)}, .run = {.captureDir = "/nonexistent"}});
-    EXPECT_EQ(result.errCount("KorvoPrinter::saveImage: unable to open the file /nonexistent/"), 2u);
-    EXPECT_EQ(result.pages().size(), 1u);
-}
-
 // The conversions of the settings as they are logged: "middle" is not
 // "Middle"; the low byte of 255 is -1 as a signed char; integers and
 // booleans go through atoi, so "abc" and "off" give 0, not the default;
@@ -369,17 +368,6 @@ TEST(Messages, JobSettings)
                                 floatText(2 * 0.3528) + ")"));
     EXPECT_TRUE(inOrder(print({.ppd = conversions, .pages = {page}}).err,
                         {"DEBUG:Custom Size: (288.000000,432.000000,0.000000,0.000000,288.000000,432.000000)\n"}));
-}
-
-// The header of every page; the two formats ending in a newline leave an
-// empty line. (The geometry log: tests/process/test_files.cpp.)
-TEST(Messages, PageHeaderAndGeometry)
-{
-    const FilterResult result = print({.pages = {uniformPage(24, 5, 300, 0)}});
-    EXPECT_TRUE(inOrder(result.err, {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
-                                     "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\n"
-                                     "DEBUG:header.HWResolution[1]:300\nDEBUG:header.cupsWidth:24\n"
-                                     "DEBUG:header.cupsHeight:5\n"}));
 }
 
 // The pipeline's log of one page, in order, with the values of the
@@ -455,7 +443,7 @@ std::vector<PollAnswer> replies(std::initializer_list<uint64_t> words)
 {
     std::vector<PollAnswer> answers;
     for (uint64_t word : words) {
-        answers.push_back({fullStatusReply(word)});
+        answers.push_back({statusReply(word)});
     }
     return answers;
 }
@@ -485,18 +473,18 @@ const StatusCase kStatusCases[] = {
      .counts = {{"STATE: +cover-open-warning", 1}, {"INFO: Paper out.", 2}}},
     // A complete reply ends the reading: no read waits out its timeout.
     {.what = "a 13-byte reply",
-     .answers = {{statusReply(0x880000)}, {statusReply(kReady)}},
+     .answers = {{statusReply(0x880000, 13)}, {statusReply(kReady, 13)}},
      .polls = 4,
      .inOrder = {"DEBUG: cupsBackChannelRead bytes 13\n", "DEBUG: cupsBackChannelRead Printer Status Data 13 bytes - "
                                                           "64 FF 00 00 00 00 00 88 00 00 00 00 00 \n"},
      .counts = {{"INFO: Paper out.", 1}, {"cupsBackChannelRead bytes -1", 0}},
      .pollLimit = 2},
     {.what = "a short reply leaves the rest of the word zero",
-     .answers = {{{0x64, 0xFF, 0, 0, 0, 0x00, 0x00, 0x80}}, {fullStatusReply(kPaperOut)}},
+     .answers = {{{0x64, 0xFF, 0, 0, 0, 0x00, 0x00, 0x80}}, {statusReply(kPaperOut)}},
      .polls = 2,
      .inOrder = {"DEBUG: cupsBackChannelRead bytes 8\n", "DEBUG: Exit WaitForPrinterReady: ready to print.\n"}},
     {.what = "a reply with another head is ignored",
-     .answers = {{{0x65, 0xFF, 0, 0, 0, 0, 0, 0x80}}, {fullStatusReply(kReady)}, {fullStatusReply(kPaperOut)}},
+     .answers = {{{0x65, 0xFF, 0, 0, 0, 0, 0, 0x80}}, {statusReply(kReady)}, {statusReply(kPaperOut)}},
      .polls = 3,
      .counts = {{"INFO: Printing", 1}}},
     {.what = "a model that is not polled",
@@ -513,10 +501,8 @@ const StatusCase kStatusCases[] = {
     // The late reply says "ready", the next one "paper out": a reply that
     // comes after its poll timed out must not answer the next poll.
     {.what = "a late reply is not taken for the next poll",
-     .answers = {{fullStatusReply(kReady), true},
-                 {fullStatusReply(kPaperOut)},
-                 {fullStatusReply(kReady)},
-                 {fullStatusReply(kPaperOut)}},
+     .answers =
+         {{statusReply(kReady), true}, {statusReply(kPaperOut)}, {statusReply(kReady)}, {statusReply(kPaperOut)}},
      .polls = 4,
      .inOrder = {"DEBUG: cups_sc_status_t = 3\n", "INFO: Paper out.\n", "INFO: Printing\n"},
      .pollLimit = 10,

@@ -81,7 +81,7 @@ TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
     TempDir dir;
     const RasterPage photo = grayPage(2480, 3508, 300, photoShade(5));
     writeRaster(dir.file("first.ras"), {uniformPage(64, 8, 203, 9)});
-    PrinterChannels paperOut([](int) { return PollAnswer{fullStatusReply(0x80000)}; });
+    PrinterChannels paperOut([](int) { return PollAnswer{statusReply(0x80000)}; });
     struct Case {
         const char* moment;
         Job job;

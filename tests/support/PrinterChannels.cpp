@@ -22,19 +22,13 @@ constexpr uint8_t kStatusOk = 1;
 
 }  // namespace
 
-std::vector<uint8_t> statusReply(uint64_t status)
+std::vector<uint8_t> statusReply(uint64_t status, size_t size)
 {
     std::vector<uint8_t> reply = {0x64, 0xFF, 0, 0, 0};
     for (int i = 0; i < 8; ++i) {
         reply.push_back(static_cast<uint8_t>(status >> (8 * i)));
     }
-    return reply;
-}
-
-std::vector<uint8_t> fullStatusReply(uint64_t status)
-{
-    std::vector<uint8_t> reply = statusReply(status);
-    reply.resize(1024, 0);
+    reply.resize(size, 0);
     return reply;
 }
 

@@ -17,11 +17,10 @@ struct PollAnswer {
     bool late = false;           // answered only after the filter's 1 s timeout
 };
 
-// 13-byte status reply: 64 FF 00 00 00, then the status word little-endian.
-std::vector<uint8_t> statusReply(uint64_t status);
-// The same reply padded to 1024 bytes, so that the filter's read loop is
-// satisfied by one read and does not wait out its timeout.
-std::vector<uint8_t> fullStatusReply(uint64_t status);
+// A status reply: 64 FF 00 00 00, the status word little-endian, zeros up
+// to the size. 1024 bytes satisfy the filter's read loop with one read, so
+// that it does not wait out its timeout.
+std::vector<uint8_t> statusReply(uint64_t status, size_t size = 1024);
 
 class PrinterChannels {
 public:

@@ -19,13 +19,6 @@ namespace korvotest {
 
 namespace {
 
-std::string script(const std::string& command, const std::string& directory, const std::string& filter)
-{
-    return "KORVO_FILTER='" + filter +
-           "' KORVO_BACKEND='" KORVO_BACKEND_BIN "' '" KORVO_SOURCE_DIR "/scripts/private-cupsd.sh' " + command + " '" +
-           directory + "'";
-}
-
 // Starts cupsd in the foreground as a child that receives SIGTERM when
 // this process ends, however it ends.
 int startCupsd(const std::string& directory)
@@ -58,7 +51,11 @@ PrivateCupsd::PrivateCupsd() : IppPeer("", "/printers/")
     writeFile(filter, "#!/bin/sh\nexec '" + testFilter() + "' --capture-dir='" + captures + "' --geometry-log='" +
                           captures + "/geometry.log' \"$@\"\n");
     chmod(filter.c_str(), 0755);
-    const int status = runShell(script("setup", directory_, filter), &address_);
+    const int status =
+        runShell("KORVO_FILTER='" + filter +
+                     "' KORVO_BACKEND='" KORVO_BACKEND_BIN "' '" KORVO_SOURCE_DIR "/scripts/private-cupsd.sh' setup '" +
+                     directory_ + "'",
+                 &address_);
     while (!address_.empty() && address_.back() == '\n') {
         address_.pop_back();
     }

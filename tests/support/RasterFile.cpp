@@ -69,16 +69,20 @@ Shade photoShade(uint32_t seed)
     };
 }
 
-void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times)
+void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times, cups_mode_t mode)
 {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (fd < 0) {
         throw std::runtime_error("cannot create " + path);
     }
-    cups_raster_t* raster = cupsRasterOpen(fd, CUPS_RASTER_WRITE);
+    cups_raster_t* raster = cupsRasterOpen(fd, mode);
     for (int time = 0; time < times; ++time) {
         for (const RasterPage& page : pages) {
             cups_page_header2_t header = page.header;
+            const pwg_media_t* media = pwgMediaForLegacy(header.cupsPageSizeName);
+            if (mode == CUPS_RASTER_WRITE_PWG && media != nullptr) {
+                korvoStrCpy(header.cupsPageSizeName, media->pwg, sizeof(header.cupsPageSizeName));
+            }
             cupsRasterWriteHeader2(raster, &header);
             if (!page.pixels.empty()) {
                 cupsRasterWritePixels(raster, const_cast<unsigned char*>(page.pixels.data()),

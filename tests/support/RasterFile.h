@@ -30,8 +30,11 @@ uint32_t mix(uint32_t seed, unsigned x, unsigned y);
 Shade randomShade(uint32_t seed);
 Shade photoShade(uint32_t seed);
 
-// Writes the pages, that many times over, with cupsRasterOpen(fd,
-// CUPS_RASTER_WRITE), cupsRasterWriteHeader2 and cupsRasterWritePixels.
-void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times = 1);
+// Writes the pages, that many times over, with cupsRasterOpen(fd, mode),
+// cupsRasterWriteHeader2 and cupsRasterWritePixels. PWG raster
+// (CUPS_RASTER_WRITE_PWG) gets the PWG name of each page size, such as
+// iso_a4_210x297mm for A4.
+void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times = 1,
+                 cups_mode_t mode = CUPS_RASTER_WRITE);
 
 }  // namespace korvotest

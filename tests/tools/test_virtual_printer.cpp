@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "FilterProcess.h"
+#include "PrinterChannels.h"
 
 using namespace korvotest;
 using namespace std::string_literals;
@@ -69,14 +70,11 @@ std::string answer(uint8_t command, uint8_t status, const std::string& data)
     return std::string{static_cast<char>(command), static_cast<char>(status), 0, static_cast<char>(data.size())} + data;
 }
 
-// A status reply: head, status word (low byte first), zeros to the size.
+// A status reply of that size, as text.
 std::string reply(uint64_t status, size_t size = 13)
 {
-    std::string bytes = "\x64\xFF\0\0\0"s;
-    for (int i = 0; i < 8; ++i) {
-        bytes += static_cast<char>(status >> (8 * i));
-    }
-    return bytes + std::string(size - bytes.size(), '\0');
+    const std::vector<uint8_t> bytes = statusReply(status, size);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 // A side-channel request, as the filter sends it with no data.
