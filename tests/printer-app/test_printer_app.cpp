@@ -296,9 +296,9 @@ std::string everywhereTest(const TempDir& dir)
     return copy + "/ipp-everywhere.test";
 }
 
-// Every test passes but, at times, one that no driver can make pass: PAPPL
-// 1.3.1 may answer a Print-Job with job-hold-until=indefinite without
-// job-state-reasons.
+// Every test passes but one that no driver can make pass: PAPPL 1.3.1
+// answers a Print-Job with job-hold-until=indefinite without
+// job-state-reasons (ipp-1.1.test, "Print-Job with job-hold-until").
 TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
 {
     const std::string test = everywhereTest(dir);
