@@ -12,14 +12,14 @@
 
 namespace {
 
-constexpr size_t kTextField = 41;
 constexpr int kMiddleDensity = 8;
 constexpr int kDensitySpan = 7;  // Middle to Light or to Dark
 constexpr int kGapsHeight = 3;   // the PPD's default gap, logged only
 
-void setText(char* field, const char* value)
+template <size_t N>
+void setText(char (&field)[N], const char* value)
 {
-    korvoStrCpy(field, value, kTextField);
+    korvoStrCpy(field, value, N);
 }
 
 const char* vendorValue(const pappl_pr_options_t& options, const char* name)

@@ -16,22 +16,12 @@ bool onlyStatusQueries(const std::vector<korvostream::Item>& items)
                        [](const korvostream::Item& item) { return item.is(korvostream::Command::StatusQuery); });
 }
 
-// The status word of a reply: eight bytes little-endian after the head.
-long statusWord(const std::vector<char>& reply)
-{
-    unsigned long word = 0;
-    for (int i = 7; i >= 0; --i) {
-        word = (word << 8) | static_cast<unsigned char>(reply[5 + i]);
-    }
-    return static_cast<long>(word);
-}
-
 }  // namespace
 
 VirtualPrinterState::VirtualPrinterState(const virtualprinter::PrinterSettings& printerSettings)
-    : settings(printerSettings), responder(settings.script, settings.replySize, [this](const std::vector<char>& reply) {
+    : settings(printerSettings), responder(settings.script, settings.replySize, [this](uint64_t status, const std::vector<char>& reply) {
           replies.insert(replies.end(), reply.begin(), reply.end());
-          lastStatus = statusWord(reply);
+          lastStatus = static_cast<long>(status);
           return true;
       })
 {

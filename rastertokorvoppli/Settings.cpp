@@ -13,11 +13,10 @@
 
 namespace {
 
-constexpr size_t kTextField = 41;
-
-void readText(ppd_file_t* ppd, const char* keyword, char* field)
+template <size_t N>
+void readText(ppd_file_t* ppd, const char* keyword, char (&field)[N])
 {
-    korvoStrCpy(field, korvoPpdGetChoiceAsStrDefault(ppd, keyword, ""), kTextField);
+    korvoStrCpy(field, korvoPpdGetChoiceAsStrDefault(ppd, keyword, ""), N);
 }
 
 int32_t readBool(ppd_file_t* ppd, const char* keyword)
@@ -115,7 +114,7 @@ void parseSettings(Settings* settings, const char* options)
     settings->Rotate180 = strcmp(settings->Origin, "Rotation180") == 0 ? 1 : 0;
     settings->AntiWrinkle = korvoPpdGetChoiceAsIntDefault(ppd, "AntiWrinkle", -1);
     settings->IsTattooPrinter = settings->AntiWrinkle != -1 ? 1 : 0;
-    korvoStrCpy(settings->ModelName, korvoPpdGetAttrAsStrDefault(ppd, "ModelName", "", ""), kTextField);
+    korvoStrCpy(settings->ModelName, korvoPpdGetAttrAsStrDefault(ppd, "ModelName", "", ""), sizeof(settings->ModelName));
     readText(ppd, "DefaultPrintSpeed", settings->PrintSpeed);
     settings->Darkness = darknessLevel(korvoPpdGetChoiceAsStrDefault(ppd, "Darkness", ""));
     settings->Brightness = korvoPpdGetChoiceAsIntDefault(ppd, "Brightness", 0);

@@ -26,7 +26,7 @@ std::vector<char> statusReply(uint64_t status, size_t size)
 
 ReplySink backChannelSink()
 {
-    return [](const std::vector<char>& reply) {
+    return [](uint64_t, const std::vector<char>& reply) {
         return cupsBackChannelWrite(reply.data(), reply.size(), kWriteTimeout) == static_cast<ssize_t>(reply.size());
     };
 }
@@ -54,7 +54,7 @@ void StatusResponder::answer()
         return;
     }
     const std::vector<char> reply = statusReply(status, replySize_);
-    if (!sink_(reply)) {
+    if (!sink_(status, reply)) {
         fprintf(stderr, "DEBUG: Back channel closed; no more status replies.\n");
         backChannelOpen_ = false;
     }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -15,8 +16,9 @@
 
 namespace virtualprinter {
 
-// Takes one reply; false once replies can no longer be delivered.
-using ReplySink = std::function<bool(const std::vector<char>& reply)>;
+// Takes one reply and the status word it carries; false once replies can no
+// longer be delivered.
+using ReplySink = std::function<bool(uint64_t status, const std::vector<char>& reply)>;
 
 // The spooler's back channel, written with cupsBackChannelWrite.
 ReplySink backChannelSink();
