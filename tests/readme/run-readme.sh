@@ -25,15 +25,18 @@ fi
 scratch=$(mktemp -d /var/tmp/korvo-readme-XXXXXX)
 chmod 0755 "$scratch"
 cupsd_dir=$scratch/cupsd
+# Everything below works on a copy of the sources: the checkout itself may
+# lie under /tmp, which a private file system covers from here on.
+src=$scratch/src
 cleanup() {
-    "$source_dir/scripts/private-cupsd.sh" stop "$cupsd_dir" || true
+    "$src/scripts/private-cupsd.sh" stop "$cupsd_dir" 2>/dev/null || true
     rm -rf "$scratch"
 }
 trap cleanup EXIT
 
-mkdir -p "$scratch/src" "$scratch/staging/usr/share/ppd" "$scratch/printers"
+mkdir -p "$src" "$scratch/staging/usr/share/ppd" "$scratch/printers"
 chmod 1777 "$scratch/printers"
-(cd "$source_dir" && git ls-files -z -c -o --exclude-standard | xargs -0 cp --parents -t "$scratch/src")
+(cd "$source_dir" && git ls-files -z -c -o --exclude-standard | xargs -0 cp --parents -t "$src")
 mount --bind "$scratch/staging/usr/share/ppd" /usr/share/ppd
 mount -t tmpfs -o mode=1777 korvo-readme /var/spool/cups/tmp
 mount -t tmpfs -o mode=1777 korvo-readme /tmp
@@ -46,13 +49,13 @@ awk -v dir="$scratch" '
     /^```/ && file != "" { close(file); file = ""; next }
     file != "" { print >> file; next }
     { reason = "" }
-' "$source_dir/README.md"
+' "$src/README.md"
 
 start_spooler() {
     [ -n "${CUPS_SERVER:-}" ] && return
     CUPS_SERVER=$(KORVO_FILTER=$DESTDIR/usr/lib/cups/filter/rastertokorvoppli \
         KORVO_BACKEND=$DESTDIR/usr/lib/cups/backend/korvo-virtual \
-        "$source_dir/scripts/private-cupsd.sh" start "$cupsd_dir")
+        "$src/scripts/private-cupsd.sh" start "$cupsd_dir")
     export CUPS_SERVER
 }
 
@@ -74,7 +77,7 @@ for block in $(ls "$scratch"/block-*.sh | sort -t- -k2 -n); do
     # In a session of its own, so that whatever the block left running (a
     # server it started in the background and did not stop because a
     # command failed) ends with it.
-    (cd "$scratch/src" && exec setsid bash -euo pipefail "$block") &
+    (cd "$src" && exec setsid bash -euo pipefail "$block") &
     block_pid=$!
     status=0
     wait "$block_pid" || status=$?
