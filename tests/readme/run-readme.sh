@@ -37,6 +37,7 @@ trap cleanup EXIT
 mkdir -p "$src" "$scratch/staging/usr/share/ppd" "$scratch/printers"
 chmod 1777 "$scratch/printers"
 (cd "$source_dir" && git ls-files -z -c -o --exclude-standard | xargs -0 cp --parents -t "$src")
+cd "$src"
 mount --bind "$scratch/staging/usr/share/ppd" /usr/share/ppd
 mount -t tmpfs -o mode=1777 korvo-readme /var/spool/cups/tmp
 mount -t tmpfs -o mode=1777 korvo-readme /tmp
