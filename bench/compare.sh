@@ -12,7 +12,7 @@
 # halftone type on every page, pamditherbw -threshold and -fs, Pillow's
 # convert('1'), GraphicsMagick's unsharp mask + monochrome, and a 20-page job.
 # The filter writes its two page captures into a scratch directory, emptied
-# after every run. Prints medians, ratios to the other tools, peak resident
+# (and the disk written) after every run. Prints medians, ratios to the other tools, peak resident
 # memory in bytes per pixel and whether each budget is met. --baseline also
 # times another build of the filter (a korvo-filter-under-test binary) on the
 # same pages, for before/after ratios; --quick measures the 300 dpi photo
@@ -78,6 +78,8 @@ measure() {
     kb=$(sed -n 's/.*Maximum resident set size (kbytes): //p' "$work/time.txt")
     echo "$name $(((${end/./} - ${start/./}) / 1000)) $kb" >>"$results"
     rm -f "$work/captures/"*
+    # Captures still on their way to the disk would slow the next run.
+    sync
 }
 
 # filter PROGRAM LABEL PAGE TYPE [RASTER]

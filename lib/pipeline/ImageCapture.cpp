@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/KorvoString.h"
+#include "pipeline/CaptureWriteback.h"
 #include "printer/KorvoPrinter.h"
 
 int64_t page_index = 0;
@@ -188,5 +189,5 @@ void KorvoPrinter::saveImage(const unsigned char* data, unsigned long bytesPerLi
         const std::vector<uint8_t> rows = oneBitRows(data, bytesPerLine, height, width);
         writeFile(fd, headers, rows.data(), rows.size());
     }
-    close(fd);
+    captureWriteback().keep(fd);
 }

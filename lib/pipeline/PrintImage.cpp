@@ -5,6 +5,7 @@
 #include "common/KorvoLog.h"
 #include "common/PageMemory.h"
 #include "pipeline/BlankLines.h"
+#include "pipeline/CaptureWriteback.h"
 #include "printer/KorvoPrinter.h"
 
 namespace {
@@ -80,6 +81,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             }
         }
 
+        captureWriteback().nextPage();
         setCaptureTemplate("origin_%d-%d-%d_%d_%d_%d_%ld.bmp");
         korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Saving original image, file path will be generated based on time");
         saveImage(rows, bytesPerLine, height, width, 8);
