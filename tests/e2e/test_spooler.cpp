@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Jobs through a private spooler to the virtual printer: PDF and PNG
 // documents through the CUPS filter chain, compared with a direct run of the
-// filter on the raster the chain makes; page accounting; paper-out in the
-// printer's state; cancel.
+// filter on the raster the chain makes; page accounting; cancel.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -42,7 +41,6 @@ struct Queue {
 const Queue kQueues[] = {
     {"label", "korvr27.ppd", ""},
     {"stencil", "korvk5.ppd", ""},
-    {"paperout", "korvr27.ppd", "?status=paperout:3,ready"},
     {"stuck", "korvr27.ppd", "?status=paperout"},
 };
 
@@ -181,25 +179,6 @@ TEST_F(Spooler, PrintedDotsShowTheDocument)
         }
     }
     EXPECT_NEAR(double(dots) / double(cells), 0.5, 0.1);
-}
-
-// Out of paper for three polls: the printer shows media-empty-warning while
-// it lasts, and no longer once the job is done.
-TEST_F(Spooler, PaperOutShowsInThePrinterStateAndClears)
-{
-    const int job = cupsd->submit("paperout", kTestPage, "");
-    ASSERT_GT(job, 0);
-    bool seen = false;
-    while (cupsd->jobState("paperout", job) < IPP_JSTATE_STOPPED) {
-        for (const std::string& reason : cupsd->printerReasons("paperout")) {
-            seen = seen || reason == "media-empty-warning";
-        }
-    }
-    EXPECT_TRUE(seen);
-    EXPECT_EQ(cupsd->waitForJob("paperout", job, 30), IPP_JSTATE_COMPLETED);
-    for (const std::string& reason : cupsd->printerReasons("paperout")) {
-        EXPECT_NE(reason, "media-empty-warning");
-    }
 }
 
 // A job waiting for paper that never comes ends promptly when cancelled.

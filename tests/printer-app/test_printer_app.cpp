@@ -313,8 +313,8 @@ TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
         // A small default media keeps the test's pages small.
         ASSERT_TRUE(setDefaults(*server, dir, printer.name, "ATTR keyword media-default om_tattoo-a6_105x148mm"));
         std::string output;
-        runShell("ipptool -t -f '" + dir.file("document.png") + "' " + server->printerUri(printer.name) + " '" +
-                     test + "' 2>&1",
+        runShell("ipptool -t -f '" + dir.file("document.png") + "' " + server->printerUri(printer.name) + " '" + test +
+                     "' 2>&1",
                  &output);
         std::istringstream lines(output);
         for (std::string line; std::getline(lines, line);) {

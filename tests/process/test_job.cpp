@@ -12,17 +12,6 @@ using namespace korvotest;
 
 namespace {
 
-TEST(FilterJob, StandardInputGivesTheSameStreamAsAFile)
-{
-    Job job{.pages = {uniformPage(24, 4, 203, 0), uniformPage(24, 4, 203, 0)}};
-    const FilterResult fromFile = print(job);
-    job.rasterOnStdin = true;
-    const FilterResult fromStdin = print(job);
-    EXPECT_EQ(fromFile.exitStatus, 0);
-    EXPECT_EQ(fromFile.out, fromStdin.out);
-    EXPECT_EQ(fromStdin.pages().size(), 2u);
-}
-
 // The packet bytes of the start sequence, the feed and the cut, as the
 // printer reads them.
 TEST(FilterJob, PacketBytesOnTheWire)

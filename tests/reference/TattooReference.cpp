@@ -29,7 +29,7 @@ float myExp(float x)
     return sum;
 }
 
-static float mySqrt(float x)
+float mySqrt(float x)
 {
     if (0 > x) {
         return -1.0f;
@@ -50,7 +50,7 @@ static float mySqrt(float x)
     }
 }
 
-static float myLn(float x)
+float myLn(float x)
 {
     if (0 >= x) {
         return -1.0f;

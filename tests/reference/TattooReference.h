@@ -21,6 +21,8 @@ struct Plane {
 };
 
 float myExp(float x);
+float mySqrt(float x);                   // ends for every finite x but the smallest denormal
+float myLn(float x);                     // ends for every base the gamma curve can give
 int momentThreshold(const Plane& gray);  // 0..255, 128 or -1
 void piecewiseGamma(Plane& gray, int split, float gammaLow, float gammaHigh);
 std::vector<double> gaussianKernel1D(int size, double sigma);  // odd sizes

