@@ -12,11 +12,11 @@
 # halftone type on every page, pamditherbw -threshold and -fs, Pillow's
 # convert('1'), GraphicsMagick's unsharp mask + monochrome, and a 20-page job.
 # The filter writes its two page captures into a scratch directory, emptied
-# (and the disk written) after every run. Prints medians, ratios to the other tools, peak resident
-# memory in bytes per pixel and whether each budget is met. --baseline also
-# times another build of the filter (a korvo-filter-under-test binary) on the
-# same pages, for before/after ratios; --quick measures the 300 dpi photo
-# page only.
+# (and the disk synced) after every run. Prints medians, ratios to the other
+# tools, peak resident memory in bytes per pixel and whether each budget is
+# met. --baseline also times another build of the filter (a
+# korvo-filter-under-test binary) on the same pages, for before/after ratios;
+# --quick measures the 300 dpi photo page only.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)

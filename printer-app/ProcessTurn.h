@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The page processing keeps process-wide state: the cancel flag the waits
 // and the halftoning look at, the pending go-back feed, the capture
-// numbering and the captures on their way to the disk. PAPPL prints one job at a time per printer, but several
-// printers may print at once, so a job (or an idle status poll) takes the
-// process's one turn for its whole length: jobs of other printers wait for
-// it, still cancellable. The turn starts uncancelled with no feed pending;
-// while it lasts, a job cancelled in PAPPL is cancelled for the page
-// processing too, and so only that job is.
+// numbering and the captures on their way to the disk. PAPPL prints one job
+// at a time per printer, but several printers may print at once, so a job
+// (or an idle status poll) takes the process's one turn for its whole
+// length: jobs of other printers wait for it, still cancellable. The turn
+// starts uncancelled with no feed pending; while it lasts, a job cancelled in
+// PAPPL is cancelled for the page processing too, and so only that job is.
 #pragma once
 
 #include <pappl/pappl.h>
