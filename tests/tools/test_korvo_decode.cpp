@@ -151,4 +151,17 @@ TEST(KorvoDecode, PictureShowsThePaperAsPrinted)
     }
 }
 
+// A page too large to draw in reasonable time (a feed of 53,645 lines and a
+// print area at offset 11,768: 634 million dots) is left out and said so.
+TEST(KorvoDecode, PagesTooLargeToDrawAreLeftOut)
+{
+    TempDir dir;
+    const std::string stream =
+        std::string(64, '\0') + feed(0, 53645) + area(11768, 56) + packet(0x03, 0x00, std::vector<unsigned>(7, 0xFF));
+    std::string said;
+    EXPECT_EQ(decode(dir, stream, "--png " + dir.file("page"), &said), 1);
+    EXPECT_NE(said.find("korvo-decode: page 1 is 11824 x 53646 dots, too large to draw\n"), std::string::npos) << said;
+    EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"stream.bin"});
+}
+
 }  // namespace

@@ -32,6 +32,9 @@ TEST(VirtualPrinter, RefusesWhatItCannotDo)
     ASSERT_EQ(mkdir(dir.file("readonly").c_str(), 0555), 0);
     const std::string undecodable = std::string(64, '\0') + "\x65\x0E\x40\x01";
     writeFile(dir.file("undecodable.bin"), undecodable);
+    // A feed of 53,645 lines and a print area at offset 11,768.
+    writeFile(dir.file("large.bin"), std::string(64, '\0') + "\x64\0\0\3\0\0\x8d\xd1\0\0\0\0\x9b"s +
+                                         "\x64\x43\0\4\0\xf8\x2d\x38\0\0\0\0\0\x9b"s);
     const std::string uri = "korvo-virtual:" + dir.path();
     struct Case {
         const char* what;
@@ -51,6 +54,8 @@ TEST(VirtualPrinter, RefusesWhatItCannotDo)
          "ERROR: Bad device URI \"" + uri + "?status=paperout:0\": count \"0\" is not a number from 1 to 1000000."},
         {"unwritable directory", kJob, "korvo-virtual:" + dir.file("readonly"), 4,
          "ERROR: Cannot keep previews: cannot create " + dir.file("readonly/1") + ": Permission denied."},
+        {"a page too large to draw", kJob + " " + dir.file("large.bin"), uri, 0,
+         "WARNING: Page 1 is 11824 x 53645 dots, too large to draw; it has no preview."},
         {"a stream that does not decode", kJob + " " + dir.file("undecodable.bin"), uri, 1,
          "ERROR: The printer stream does not decode at byte 64: bad head byte 0x65; what arrived is in " +
              dir.file("1/stream.bin") + "."},

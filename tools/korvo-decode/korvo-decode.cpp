@@ -121,7 +121,11 @@ bool drawPages(const korvostream::Stream& stream, const korvostream::Resolution&
     for (const korvostream::PageItems& items : korvostream::splitPages(stream.items)) {
         const korvostream::Sheet sheet = korvostream::layOutSheet(items, resolution);
         const std::string path = prefix + "-" + std::to_string(++number) + ".png";
-        if (korvostream::writeSheetPng(sheet, path)) {
+        if (korvostream::tooLargeToDraw(sheet)) {
+            fprintf(stderr, "korvo-decode: page %zu is %zu x %zu dots, too large to draw\n", number, sheet.width,
+                    sheet.height);
+            written = false;
+        } else if (korvostream::writeSheetPng(sheet, path)) {
             printf("page %zu: %zu x %zu pixels -> %s\n", number, sheet.width, sheet.height, path.c_str());
         } else {
             fprintf(stderr, "korvo-decode: cannot write %s\n", path.c_str());

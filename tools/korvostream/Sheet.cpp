@@ -93,6 +93,13 @@ size_t fixedFeedLines(const Resolution& resolution)
     return static_cast<size_t>(std::lround(resolution.dpi / 25.4));
 }
 
+bool tooLargeToDraw(const Sheet& sheet)
+{
+    const size_t lookups = 1 + sheet.images.size() + sheet.fixedFeeds.size() + sheet.marks.size();
+    const size_t height = std::max<size_t>(sheet.height, 1);
+    return sheet.width > kMaxDrawWork / height / lookups;
+}
+
 Sheet layOutSheet(const PageItems& items, const Resolution& resolution)
 {
     SheetLayout layout(items, resolution);

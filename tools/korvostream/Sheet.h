@@ -52,4 +52,13 @@ size_t fixedFeedLines(const Resolution& resolution);
 
 Sheet layOutSheet(const PageItems& items, const Resolution& resolution);
 
+// A stream can describe pages far larger than paper: feeds of millions of
+// lines, print areas at 16-bit offsets, many images on one page. Drawing
+// looks every dot up in the sheet's images, bands and marks, so a sheet is
+// drawn only while dots x (1 + images + bands + marks) stays within
+// kMaxDrawWork: 128 Mi, where an A4 page at 300 dpi with its image, a feed
+// and a cut takes 35 Mi and two metres of receipt at 203 dpi 83 Mi.
+constexpr size_t kMaxDrawWork = size_t(128) << 20;
+bool tooLargeToDraw(const Sheet& sheet);
+
 }  // namespace korvostream

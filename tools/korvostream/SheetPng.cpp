@@ -96,7 +96,8 @@ bool writeSheetPng(const Sheet& sheet, FILE* file)
 {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
-    const bool written = info != nullptr && sheet.width != 0 && writeRows(png, info, sheet, file);
+    const bool written =
+        info != nullptr && sheet.width != 0 && !tooLargeToDraw(sheet) && writeRows(png, info, sheet, file);
     png_destroy_write_struct(&png, &info);
     return written && fflush(file) == 0 && ferror(file) == 0;
 }

@@ -19,7 +19,7 @@ enum class Ink : unsigned char { Paper, Dot, FixedFeed, Cut, TearOff };
 Ink inkAt(const Sheet& sheet, size_t x, size_t y);
 
 // Writes the picture to an open file, or to a new file at the path; false
-// when it cannot be written.
+// when it cannot be written or is too large to draw.
 bool writeSheetPng(const Sheet& sheet, FILE* file);
 bool writeSheetPng(const Sheet& sheet, const std::string& path);
 

@@ -33,6 +33,12 @@ void PreviewWriter::writeNext(const korvostream::Resolution& resolution)
 {
     const korvostream::Sheet sheet = korvostream::layOutSheet(pending_.front(), resolution);
     pending_.pop_front();
+    if (korvostream::tooLargeToDraw(sheet)) {
+        ++written_;
+        fprintf(stderr, "WARNING: Page %zu is %zu x %zu dots, too large to draw; it has no preview.\n", written_,
+                sheet.width, sheet.height);
+        return;
+    }
     const std::string name = "page-" + std::to_string(written_ + 1) + ".png";
     UniqueFd fd = directory_.create(name);
     std::unique_ptr<FILE, FileCloser> file(fdopen(fd.get(), "wb"));

@@ -18,8 +18,9 @@ public:
 
     void add(korvostream::PageItems page);
     bool pending() const { return !pending_.empty(); }
-    // Draws the oldest waiting page; throws std::runtime_error when its
-    // file cannot be written.
+    // Draws the oldest waiting page, or says on standard error that it is
+    // too large to draw; throws std::runtime_error when its file cannot be
+    // written.
     void writeNext(const korvostream::Resolution& resolution);
     size_t written() const { return written_; }
 
