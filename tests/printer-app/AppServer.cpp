@@ -108,8 +108,7 @@ bool AppServer::addPrinter(const std::string& printer, const std::string& driver
 {
     makeServerDirectory(previews(printer));
     const std::string device = "korvo-virtual://" + previews(printer) + (script.empty() ? "" : "?status=" + script);
-    return command("add", systemUri(),
-                   "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
+    return command("add", systemUri(), "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
 }
 
 int AppServer::command(const std::string& subcommand, const std::string& uri, const std::string& args,
@@ -122,6 +121,12 @@ int AppServer::submit(const std::string& printer, const std::string& file, const
 {
     std::string output;
     return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str()) : 0;
+}
+
+std::string AppServer::logTail(size_t bytes) const
+{
+    const std::string log = readText(dir_.file("home/server.log"));
+    return log.substr(log.size() > bytes ? log.size() - bytes : 0);
 }
 
 std::vector<uint8_t> AppServer::stream(const std::string& printer, int n) const

@@ -36,6 +36,8 @@ public:
 
     // The stream the printer's n-th job (from 1) left.
     std::vector<uint8_t> stream(const std::string& printer, int n) const;
+    // The last bytes of the server's log, for a failing test to show.
+    std::string logTail(size_t bytes = 8000) const;
 
 private:
     TempDir dir_;

@@ -324,6 +324,7 @@ TEST_F(PrinterApp, IppEverywhereTestPassesForEveryDriver)
         }
         EXPECT_EQ(countOf(output, "cannot be read"), 0u) << output;
         EXPECT_GT(countOf(output, "[PASS]"), 35u) << output;
+        ASSERT_FALSE(HasFailure()) << "the server's log ends:\n" << server->logTail();
     }
 }
 
