@@ -14,23 +14,18 @@ using namespace korvotest;
 
 namespace {
 
-// What the filter reads, in every shipped PPD: a keyword and each choice
-// of it, or whole lines.
-const std::pair<std::string, std::vector<std::string>> kDeclared[] = {
-    {"", {"*Manufacturer: \"Korvo\"", "*cupsManualCopies: True", "cupsColorSpace 3", "cupsBitsPerColor 8"}},
-    {"", {"*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 rastertokorvoppli\""}},
-    {"", {"*cupsLanguages: \"en de fr es ja zh_CN\"", "*CustomPageSize True", "*MediaMethod", "*GapsHeight"}},
-    {"*PageSize ", {"A4", "Letter", "Tattoo_A5", "Tattoo_A6"}},
-    {"*HalftoneType ",
-     {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke", "Sierra", "StevensonArce",
-      "Tattoo/", "Tattoo_Q6"}},
-    {"*PostAction ", {"TearOff", "Cut", "None"}},
-    {"*Occurrence ", {"EveryPage", "AfterJob"}},
-    {"*Darkness ", {"Light", "Middle", "Dark"}},
-    {"*Brightness ", {"-100", "100"}},
-    {"*Contrast ", {"-100", "100"}},
-    {"*", {"PaperType LabelMark", "Origin Rotation180", "MirrorImage True", "NegativeImage True", "Resolution 300dpi"}},
-};
+// What the spooler and the filter need of every shipped PPD, besides the
+// options the process tests print with.
+const char* const kDeclared[] = {
+    "*Manufacturer: \"Korvo\"",
+    "*cupsManualCopies: True",
+    "cupsColorSpace 3",
+    "cupsBitsPerColor 8",
+    "*cupsFilter2: \"application/vnd.cups-raster application/vnd.korvo-raster 0 rastertokorvoppli\"",
+    "*cupsLanguages: \"en de fr es ja zh_CN\"",
+    "*CustomPageSize True",
+    "*MediaMethod",
+    "*GapsHeight"};
 
 struct Model {
     const char* file;
@@ -54,10 +49,8 @@ TEST(ShippedPpds, PassCupstestppdAndDeclareWhatTheFilterReads)
         EXPECT_EQ(runShell("cupstestppd -W filters " + builtPpd(model.file) + " 2>&1", &report), 0) << report;
         EXPECT_NE(report.find(": PASS\n"), std::string::npos) << report;
         const std::string text = readText(builtPpd(model.file));
-        for (const auto& [keyword, choices] : kDeclared) {
-            for (const std::string& choice : choices) {
-                EXPECT_NE(text.find(keyword + choice), std::string::npos) << keyword << choice;
-            }
+        for (const char* line : kDeclared) {
+            EXPECT_NE(text.find(line), std::string::npos) << line;
         }
         EXPECT_NE(text.find("*ModelName: \"" + std::string(model.name) + "\"\n"), std::string::npos);
         EXPECT_NE(text.find("*DefaultHalftoneType: " + std::string(model.defaultHalftone) + "\n"), std::string::npos);

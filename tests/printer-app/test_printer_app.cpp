@@ -16,7 +16,6 @@
 
 #include "AppServer.h"
 #include "Job.h"
-#include "JobSettings.h"
 #include "PrivateCupsd.h"
 
 using namespace korvotest;
@@ -64,32 +63,6 @@ const JobRow kJobRows[] = {
     {kPrinters[3], "-o korvo-halftone-type=StevensonArce", "HalftoneType=StevensonArce"},
     {kDefaultsPrinter, "", "HalftoneType=Burkes AntiWrinkle=1 PostAction=Cut Occurrence=AfterJob"},
 };
-
-// The print density for printer-darkness-configured and print-darkness: the
-// PPD's Light, Middle and Dark at -100, 0 and 100 of effective darkness.
-struct Darkness {
-    int configured;
-    int job;
-    int density;
-};
-
-const Darkness kDarkness[] = {{50, -100, 1},  {50, 0, 8},   {50, 100, 15}, {0, 0, 1},    {100, 0, 15},
-                              {100, 100, 15}, {0, -100, 1}, {75, 0, 12},   {50, -50, 4}, {50, 14, 9}};
-
-TEST(JobSettings, DarknessMapsOntoTheDensityAndLabelModesOntoTheMediaAction)
-{
-    for (const Darkness& row : kDarkness) {
-        EXPECT_EQ(printDensity(row.configured, row.job), row.density) << row.configured << " " << row.job;
-    }
-    const std::pair<pappl_label_mode_t, std::string> kModes[] = {{PAPPL_LABEL_MODE_TEAR_OFF, "TearOff EveryPage"},
-                                                                 {PAPPL_LABEL_MODE_CUTTER, "Cut EveryPage"},
-                                                                 {PAPPL_LABEL_MODE_CUTTER_DELAYED, "Cut AfterJob"}};
-    for (const auto& [mode, action] : kModes) {
-        Settings settings{};
-        applyLabelMode(mode, settings);
-        EXPECT_EQ(std::string(settings.PostAction) + " " + settings.Occurrence, action) << mode;
-    }
-}
 
 // The stream without its status queries.
 std::vector<uint8_t> withoutQueries(const std::vector<uint8_t>& stream)
