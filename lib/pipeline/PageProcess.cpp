@@ -156,11 +156,10 @@ void KorvoPrinter::copyPixels(DibImage& image, unsigned char* out, int32_t width
 void KorvoPrinter::copyProcessedPixels(DibImage* image, unsigned char* out, int32_t width, int32_t height,
                                        int32_t stride, size_t outCapacity)
 {
-    unsigned char convert[256];
-    for (int v = 0; v < 256; ++v) {
-        const unsigned char mapped = v == 1 ? 255 : static_cast<unsigned char>(v);
-        convert[v] = isNegativePrint() ? static_cast<unsigned char>(~mapped) : mapped;
-    }
+    // Complementing is an exclusive or with all ones; kept branch-free so
+    // that the rows are converted many bytes at a time.
+    const unsigned char flip = isNegativePrint() ? 0xFF : 0x00;
+    const auto convert = [flip](unsigned char v) { return static_cast<unsigned char>((v == 1 ? 0xFF : v) ^ flip); };
     for (int32_t y = 0; y < height; ++y) {
         const size_t lineStart = static_cast<size_t>(y) * static_cast<size_t>(stride);
         if (lineStart + static_cast<size_t>(width) > outCapacity) {
@@ -169,11 +168,11 @@ void KorvoPrinter::copyProcessedPixels(DibImage* image, unsigned char* out, int3
         unsigned char* line = out + lineStart;
         if (image->GetBpp() == 8) {
             const unsigned char* source = image->GetBits(0) + static_cast<size_t>(y) * image->GetEffWidth();
-            std::transform(source, source + width, line, [&convert](unsigned char v) { return convert[v]; });
+            std::transform(source, source + width, line, convert);
             continue;
         }
         for (int32_t x = 0; x < width; ++x) {
-            line[x] = convert[image->GetPixelIndex(x, y)];
+            line[x] = convert(image->GetPixelIndex(x, y));
         }
     }
 }
