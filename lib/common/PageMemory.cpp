@@ -138,3 +138,11 @@ void pageMemoryDiscard(void* data, size_t bytes)
         madvise(data, whole, MADV_DONTNEED);
     }
 }
+
+void pageMemoryDiscardFrom(void* data, size_t from, size_t to)
+{
+    const size_t start = from / kHugePage * kHugePage;
+    if (data != nullptr && to > start) {
+        madvise(static_cast<unsigned char*>(data) + start, to - start, MADV_DONTNEED);
+    }
+}

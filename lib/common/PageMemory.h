@@ -32,3 +32,12 @@ void pageMemoryRelease(void* block);
 // Gives the memory of the block's first `bytes` bytes back to the system, as
 // far as it fills whole 2 MiB pages; they read as zeros when touched again.
 void pageMemoryDiscard(void* block, size_t bytes);
+
+// Gives back the memory from the 2 MiB page boundary at or below `from` up
+// to `to`; it reads as zeros when touched again.
+void pageMemoryDiscardFrom(void* block, size_t from, size_t to);
+
+// Releases a block of pageMemoryAcquire, for owning pointers.
+struct PageMemoryRelease {
+    void operator()(void* block) const { pageMemoryRelease(block); }
+};

@@ -19,33 +19,10 @@ struct BlankEdges {
 constexpr unsigned char kMeasureBottom = 0x08;
 constexpr unsigned char kMeasureTop = 0x02;
 
-// The result block: page memory when it is page-sized, so that it is
-// committed only where it is written (the page, usually its first half),
-// with huge pages.
-unsigned char* allocateResult(size_t bytes)
-{
-    return static_cast<unsigned char*>(bytes >= kPageMemoryMinimum ? pageMemoryAcquire(bytes, false, bytes / 2)
-                                                                   : malloc(bytes));
-}
-
-// Nothing reads the result block after it has been logged: its memory goes
-// back to the system before the page is captured and sent, while the block
-// itself is freed with the page.
-void discardResult(unsigned char* result, size_t bytes)
-{
-    if (bytes >= kPageMemoryMinimum) {
-        pageMemoryDiscard(result, bytes);
-    }
-}
-
-void freeResult(unsigned char* result, size_t bytes)
-{
-    if (bytes >= kPageMemoryMinimum) {
-        pageMemoryRelease(result);
-    } else {
-        free(result);
-    }
-}
+// The next page's 1-bit halftone, which it makes before it writes the result
+// block again, takes an eighth of a page: that share of the result block
+// goes back to the system after each page.
+constexpr size_t kHalftoneShareOfPage = 8;
 
 }  // namespace
 
@@ -87,7 +64,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
         saveImage(rows, bytesPerLine, height, width, 8);
 
         const size_t resultSize = 2 * size;
-        result = allocateResult(resultSize);
+        result = acquireResult(resultSize);
         if (result == nullptr) {
             korvoLogCommon(KORVO_LOG_ERROR,
                            "printImage: Memory allocation for processing result failed, unable to continue processing");
@@ -97,7 +74,9 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
             PageProcess(getHalftoneType(), rows, static_cast<int32_t>(bytesPerLine), static_cast<int32_t>(width),
                         static_cast<int32_t>(height), result, resultSize);
             logProcessedImage(result, bytesPerLine, height, width, edges.top, edges.bottom);
-            discardResult(result, resultSize);
+            if (resultSize >= kPageMemoryMinimum) {
+                pageMemoryDiscardFrom(result, size - size / kHalftoneShareOfPage, resultSize);
+            }
             if (!korvoJobCancelled()) {
                 printProcessedImage();
             }
@@ -112,7 +91,7 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
     if (result != nullptr) {
         korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Freed the memory for processing result, address: %p",
                        static_cast<void*>(result));
-        freeResult(result, 2 * size);
+        keepResult(result, 2 * size);
     }
     // The page is printed: the memory of its images serves the next page,
     // and nothing of it can be printed again.
@@ -120,6 +99,34 @@ void KorvoPrinter::printImage(const unsigned char* rows, size_t bytesPerLine, si
     halftoneImage_.Destroy();
     pimage = nullptr;
     korvoLogCommon(KORVO_LOG_DEBUG, "printImage: Image processing completed");
+}
+
+// The result block: page memory when it is page-sized, committed only where
+// it is written (the page, usually its first half), with huge pages. Nothing
+// reads it after it has been logged, and it is kept from page to page: memory
+// written once costs less than fresh memory. Of what a page wrote, all but
+// what the next page needs before it writes the block again goes back after
+// logging, so that a job never holds more than its first page did.
+unsigned char* KorvoPrinter::acquireResult(size_t bytes)
+{
+    if (bytes < kPageMemoryMinimum) {
+        return static_cast<unsigned char*>(malloc(bytes));
+    }
+    if (keptResult_ != nullptr && keptResultBytes_ == bytes) {
+        return keptResult_.release();
+    }
+    keptResult_.reset();
+    return static_cast<unsigned char*>(pageMemoryAcquire(bytes, false, bytes / 2));
+}
+
+void KorvoPrinter::keepResult(unsigned char* result, size_t bytes)
+{
+    if (bytes < kPageMemoryMinimum) {
+        free(result);
+        return;
+    }
+    keptResult_.reset(result);
+    keptResultBytes_ = bytes;
 }
 
 // The trimmed height and offset are reported only; the whole processed

@@ -13,9 +13,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <list>
+#include <memory>
 #include <string>
 
 #include "common/DitherType.h"
+#include "common/PageMemory.h"
 #include "dibimage/DibImage.h"
 #include "printer/PageRows.h"
 
@@ -117,6 +119,8 @@ private:
     void logProcessedImage(const unsigned char* result, size_t bytesPerLine, size_t height, size_t width, size_t top,
                            size_t bottom);
     void printProcessedImage();
+    unsigned char* acquireResult(size_t bytes);
+    void keepResult(unsigned char* result, size_t bytes);
     // The capture file name pattern, taken in the capture directory.
     void setCaptureTemplate(const char* fileNamePattern);
 
@@ -124,6 +128,9 @@ private:
     std::string captureDirectory_ = "/var/spool/cups/tmp";
     std::list<FILE*> outputStreams_;
     PageRows* pageRows_ = nullptr;
+    // The last page's result block, for the next page of the same size.
+    std::unique_ptr<unsigned char, PageMemoryRelease> keptResult_;
+    size_t keptResultBytes_ = 0;
     cups_page_header2_s* pageHdr_ = nullptr;
     int maxMediaWidth_ = 0;
     long printWidth_ = 0;
