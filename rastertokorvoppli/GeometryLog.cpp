@@ -9,9 +9,9 @@
 
 namespace {
 
-// The file opened for writing and emptied, or -1 when it is not ours to
-// write: a link, something other than a regular file (opening does not
-// block on a FIFO), or a file of another user.
+// The file opened for writing, or -1 when it is not ours to write: a link,
+// something other than a regular file (opening does not block on a FIFO),
+// or a file of another user.
 int openOwnLog(const std::string& path)
 {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
@@ -19,7 +19,7 @@ int openOwnLog(const std::string& path)
         return -1;
     }
     struct stat info;
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != geteuid() || ftruncate(fd, 0) != 0) {
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != geteuid()) {
         close(fd);
         return -1;
     }
@@ -35,12 +35,16 @@ void writeGeometryLog(const std::string& path, const cups_page_header2_t& header
     if (fd < 0) {
         return;
     }
-    FILE* log = fdopen(fd, "w");
-    if (log == nullptr) {
-        close(fd);
-        return;
-    }
-    fprintf(log, "cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n", header.cupsWidth,
-            header.cupsHeight, header.cupsBytesPerLine, header.cupsBitsPerPixel);
-    fclose(log);
+    char line[160];
+    const int length =
+        snprintf(line, sizeof(line), "cupsWidth:%d, cupsHeight:%d, cupsBytesPerLine:%d, cupsBitsPerPixel:%d\n",
+                 header.cupsWidth, header.cupsHeight, header.cupsBytesPerLine, header.cupsBitsPerPixel);
+    // The line is written over the old content and the file cut after it.
+    // Emptying the file first would hand its block back to the file system
+    // on every page, and on a disk mounted with online discard that waits
+    // for the disk. The log is for diagnosis only: failures are ignored.
+    const ssize_t written = length > 0 ? pwrite(fd, line, static_cast<size_t>(length), 0) : -1;
+    const bool cut = written >= 0 && ftruncate(fd, written) == 0;
+    static_cast<void>(cut);
+    close(fd);
 }
