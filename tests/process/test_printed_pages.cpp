@@ -7,15 +7,87 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <ctime>
 #include <random>
 
-#include "PrintedPages.h"
+#include "Job.h"
+#include "PageReference.h"
 #include "TattooReference.h"
 
 using namespace korvotest;
 
 namespace {
+
+const char* const kTypeNames[] = {"None",   "FloydSteinberg", "Ordered", "Burkes",   "Stucki", "JarvisJudiceNinke",
+                                  "Sierra", "StevensonArce",  "Tattoo",  "Tattoo_Q6"};
+
+// The page as the reference prints it: its print area, its rows in packets
+// of four (the last one the rest) after the print area, and every dot.
+::testing::AssertionResult samePage(const korvostream::Stream& stream, const korvostream::Page& actual,
+                                    const pageref::Printed& expected)
+{
+    std::vector<size_t> packets;
+    bool inImage = false;
+    for (const korvostream::Item& item : stream.items) {
+        if (item.offset == actual.offset) {
+            inImage = true;
+        } else if (inImage && item.is(korvostream::Command::ImageRows)) {
+            packets.push_back(item.payload.size());
+        } else if (inImage) {
+            break;
+        }
+    }
+    std::vector<size_t> expectedPackets;
+    for (size_t row = 0; row < expected.rows; row += 4) {
+        expectedPackets.push_back(std::min<size_t>(4, expected.rows - row) * expected.rowBytes);
+    }
+    const std::vector<size_t> area = {actual.areaOffset, actual.areaWidth, actual.rowBytes, actual.rows};
+    const std::vector<size_t> expectedArea = {expected.areaOffset, expected.areaWidth, expected.rowBytes,
+                                              expected.rows};
+    if (area != expectedArea || packets != expectedPackets) {
+        return ::testing::AssertionFailure()
+               << "area offset, width, row bytes, rows and packet sizes: " << ::testing::PrintToString(area) << " "
+               << ::testing::PrintToString(packets) << ", expected " << ::testing::PrintToString(expectedArea) << " "
+               << ::testing::PrintToString(expectedPackets);
+    }
+    const auto differ =
+        std::mismatch(actual.packed.begin(), actual.packed.end(), expected.packed.begin(), expected.packed.end());
+    if (differ.first != actual.packed.end() || differ.second != expected.packed.end()) {
+        const size_t at = size_t(differ.first - actual.packed.begin());
+        return ::testing::AssertionFailure()
+               << "row " << at / actual.rowBytes << " differs at byte " << at % actual.rowBytes;
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// Prints the job with the options of the settings, expects every printed
+// page, in order, to be exactly what the reference gives, and returns the
+// printed pages.
+std::vector<korvostream::Page> printAndCompare(Job job, const pageref::JobSettings& s)
+{
+    job.options = std::string("HalftoneType=") + kTypeNames[s.halftoneType] +
+                  " Brightness=" + std::to_string(s.brightness) + " Contrast=" + std::to_string(s.contrast) +
+                  " Origin=" + (s.rotate180 ? "Rotation180" : "Normal") +
+                  " MirrorImage=" + (s.mirror ? "True" : "False") + " NegativeImage=" + (s.negative ? "True" : "False");
+    if (s.antiWrinkle >= 0) {
+        job.options += " AntiWrinkle=" + std::to_string(s.antiWrinkle);
+    }
+    const FilterResult result = print(job);
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    const korvostream::Stream stream = korvostream::parseStream(result.out);
+    EXPECT_TRUE(stream.errors.empty());
+    const std::vector<korvostream::Page> printed = korvostream::collectPages(stream);
+    EXPECT_EQ(printed.size(), job.pages.size()) << job.options;
+    for (size_t i = 0; i < printed.size() && i < job.pages.size(); ++i) {
+        const cups_page_header2_t& header = job.pages[i].header;
+        const pageref::PageInput input{job.pages[i].pixels,     header.cupsWidth,       header.cupsHeight,
+                                       header.cupsBytesPerLine, header.HWResolution[0], header.cupsPageSizeName};
+        EXPECT_TRUE(samePage(stream, printed[i], pageref::processPage(input, s).printed))
+            << "page " << i + 1 << " of a job with " << job.options;
+    }
+    return printed;
+}
 
 // Every halftone type with the transforms, and the optimised kernels
 // (vector rows, interleaved diffusion rows, pages loaded and released in
