@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "Job.h"
-#include "PrivateCupsd.h"
+#include "IppServer.h"
 
 using namespace korvotest;
 

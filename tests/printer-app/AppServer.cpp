@@ -8,14 +8,10 @@
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
-#include <thread>
 
 namespace korvotest {
 
@@ -45,12 +41,12 @@ void makeServerDirectory(const std::string& path)
     }
 }
 
-[[noreturn]] void execServer(const std::string& dir, int port)
+void execServer(const std::string& dir, int port)
 {
     if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(kUnprivileged) != 0 || setuid(kUnprivileged) != 0)) {
         _exit(126);
     }
-    prctl(PR_SET_PDEATHSIG, SIGTERM);  // after the change of user, which clears it
+    prctl(PR_SET_PDEATHSIG, SIGTERM);  // again: the change of user clears it
     for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME"}) {
         setenv(variable, dir.c_str(), 1);
     }
@@ -61,47 +57,17 @@ void makeServerDirectory(const std::string& path)
                                    "log-file=" + dir + "/server.log",     "server-options=no-tls"};
     execl(KORVO_PRINTER_APP, KORVO_PRINTER_APP, "server", "-o", options[0].c_str(), "-o", options[1].c_str(), "-o",
           options[2].c_str(), "-o", options[3].c_str(), "-o", options[4].c_str(), "-o", options[5].c_str(), nullptr);
-    _exit(127);
 }
 
 }  // namespace
 
-AppServer::AppServer() : IppPeer("", "/ipp/print/")
+AppServer::AppServer() : IppServer("/ipp/print/")
 {
     const int port = freePort();
     address_ = "localhost:" + std::to_string(port);
     chmod(dir_.path().c_str(), 0755);
     makeServerDirectory(dir_.file("home"));
-    fflush(nullptr);
-    pid_ = fork();
-    if (pid_ == 0) {
-        execServer(dir_.file("home"), port);
-    }
-    for (int i = 0; i < 200 && !listening(); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    }
-}
-
-// PAPPL finishes its jobs before it stops; a test does not wait for that.
-AppServer::~AppServer()
-{
-    if (pid_ <= 0) {
-        return;
-    }
-    int status = 0;
-    if (waitpid(pid_, &status, WNOHANG) == pid_) {
-        const std::string messages = readText(dir_.file("home/server.err"));
-        fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n%s\n", status,
-                messages.substr(messages.size() > 4000 ? messages.size() - 4000 : 0).c_str());
-        return;
-    }
-    kill(pid_, SIGTERM);
-    for (int i = 0; i < 40 && waitpid(pid_, nullptr, WNOHANG) == 0; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    if (kill(pid_, SIGKILL) == 0) {
-        waitpid(pid_, nullptr, 0);
-    }
+    start([this, port] { execServer(dir_.file("home"), port); }, dir_.file("home/server.err"));
 }
 
 bool AppServer::addPrinter(const std::string& printer, const std::string& driver, const std::string& script)

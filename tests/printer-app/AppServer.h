@@ -1,25 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// korvo-printer-app's server for a test: in the foreground on a free port
-// of localhost, with its state, spool and virtual printers in a temporary
-// directory, run as an unprivileged user when the test runs as root (so
-// that it keeps off the system's socket and state). Stopped when the object
-// goes, and killed with the test process if that dies first.
+// korvo-printer-app's server for a test, on a free port of localhost, with
+// its state, spool and virtual printers in its directory, run as an
+// unprivileged user when the test runs as root (so that it keeps off the
+// system's socket and state).
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "FilterProcess.h"
-#include "IppPeer.h"
+#include "IppServer.h"
 
 namespace korvotest {
 
-class AppServer : public IppPeer {
+class AppServer : public IppServer {
 public:
     AppServer();
-    ~AppServer();
-    AppServer(const AppServer&) = delete;
-    AppServer& operator=(const AppServer&) = delete;
 
     std::string systemUri() const { return "ipp://" + address_ + "/ipp/system"; }
     // The directory a virtual printer of that name keeps its jobs in.
@@ -38,10 +33,6 @@ public:
     std::vector<uint8_t> stream(const std::string& printer, int n) const;
     // The last bytes of the server's log, for a failing test to show.
     std::string logTail(size_t bytes = 8000) const;
-
-private:
-    TempDir dir_;
-    int pid_ = -1;
 };
 
 }  // namespace korvotest

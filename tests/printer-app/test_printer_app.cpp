@@ -15,8 +15,8 @@
 #include <thread>
 
 #include "AppServer.h"
+#include "IppServer.h"
 #include "Job.h"
-#include "PrivateCupsd.h"
 
 using namespace korvotest;
 

@@ -108,7 +108,8 @@ void placeChannels(const FilterRun& run)
     } else {
         setenv("PPD", run.ppd.c_str(), 1);
     }
-    const std::string binary = run.shipped ? shippedFilter() : (run.program.empty() ? testFilter() : run.program);
+    const std::string binary =
+        run.shipped ? KORVO_FILTER_BIN : (run.program.empty() ? KORVO_TEST_FILTER_BIN : run.program);
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(binary.c_str()));
     for (const std::string& arg : args) {
@@ -124,11 +125,6 @@ void placeChannels(const FilterRun& run)
 bool FilterResult::errHasLine(const std::string& line) const
 {
     return ("\n" + err).find("\n" + line + "\n") != std::string::npos;
-}
-
-size_t FilterResult::errCount(const std::string& text) const
-{
-    return countOf(err, text);
 }
 
 // The summary's words, framing errors as "ERROR@<offset>", without the print
@@ -268,16 +264,6 @@ std::vector<FilterResult> runFiltersTogether(const std::vector<FilterRun>& runs)
         results.push_back(finish(one));
     }
     return results;
-}
-
-std::string shippedFilter()
-{
-    return KORVO_FILTER_BIN;
-}
-
-std::string testFilter()
-{
-    return KORVO_TEST_FILTER_BIN;
 }
 
 std::string builtPpd(const std::string& fileName)

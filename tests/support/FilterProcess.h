@@ -20,7 +20,7 @@ struct FilterRun {
     // the spooler's directory, the status wait uses fds 3 and 4); otherwise
     // the test program with the environment below.
     bool shipped = false;
-    std::string program;  // another build of the test program (such as the host's), when given
+    std::string program;            // another build of the test program (such as the host's), when given
     std::vector<std::string> args;  // argv[1..]; defaults to "1 user title 1 <options> [rasterFile]"
     std::string options;
     std::string rasterFile;  // argv[6] when non-empty and args is empty
@@ -54,7 +54,6 @@ struct FilterResult {
     long maxResidentKb = 0;   // the filter's peak resident memory
 
     bool errHasLine(const std::string& line) const;
-    size_t errCount(const std::string& text) const;
     // The stream as short words (korvostream::summarise), framing errors as
     // "ERROR@<offset>"; controlWords() leaves out the print areas and rows.
     std::string words() const;
@@ -78,9 +77,7 @@ bool hasExited(int pid);
 // How often the text occurs in the haystack, without overlaps.
 size_t countOf(const std::string& haystack, const std::string& text);
 
-// Built files; a PPD named by an absolute path is taken as it is.
-std::string shippedFilter();
-std::string testFilter();  // the test program
+// A built PPD; one named by an absolute path is taken as it is.
 std::string builtPpd(const std::string& fileName);
 
 // A fresh temporary directory removed with its files at destruction.
