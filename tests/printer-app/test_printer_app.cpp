@@ -10,7 +10,6 @@
 #include <chrono>
 #include <future>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <thread>
 
@@ -95,44 +94,27 @@ bool hasDots(const korvostream::Page& page)
     return std::any_of(page.packed.begin(), page.packed.end(), [](uint8_t byte) { return byte != 0; });
 }
 
-class PrinterApp : public ::testing::Test {
+std::string addPrinters(AppServer& server)
+{
+    if (!server.listening()) {
+        return "the server did not start";
+    }
+    for (const Printer& printer : kPrinters) {
+        if (!server.addPrinter(printer.name, printer.driver)) {
+            return std::string("adding ") + printer.name + " failed";
+        }
+    }
+    // PAPPL's own schemes stay beside the virtual one.
+    if (server.command("add", server.systemUri(), "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
+        return "adding a socket printer failed";
+    }
+    return "";
+}
+
+class PrinterApp : public ServerSuite<AppServer, addPrinters> {
 protected:
-    // A failure here would have Google Test skip the tests: it is kept for
-    // SetUp, which fails each test with it.
-    static void SetUpTestSuite()
-    {
-        server = std::make_unique<AppServer>();
-        problem = addPrinters();
-    }
-
-    static std::string addPrinters()
-    {
-        if (!server->listening()) {
-            return "the server did not start";
-        }
-        for (const Printer& printer : kPrinters) {
-            if (!server->addPrinter(printer.name, printer.driver)) {
-                return std::string("adding ") + printer.name + " failed";
-            }
-        }
-        // PAPPL's own schemes stay beside the virtual one.
-        if (server->command("add", server->systemUri(), "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
-            return "adding a socket printer failed";
-        }
-        return "";
-    }
-
-    void SetUp() override { ASSERT_EQ(problem, ""); }
-
-    static void TearDownTestSuite() { server.reset(); }
-
-    static std::unique_ptr<AppServer> server;
-    static std::string problem;
     TempDir dir;
 };
-
-std::unique_ptr<AppServer> PrinterApp::server;
-std::string PrinterApp::problem;
 
 TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
 {
@@ -187,11 +169,6 @@ TEST_F(PrinterApp, PngThroughIpptoolAndJpegThroughSubmitPrintAPage)
     }
 }
 
-bool hasReason(const std::vector<std::string>& reasons, const std::string& reason)
-{
-    return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
-}
-
 // PAPPL prints PWG raster while it arrives: the submit returns when the
 // job has ended, so it runs beside the test.
 TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
@@ -201,22 +178,14 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
     writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 203, photoShade(3))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> job =
         std::async(std::launch::async, [&] { return server->submit("paperout", dir.file("job.pwg"), ""); });
-    bool seen = false;
-    for (int i = 0; i < 100 && !seen; ++i) {
-        seen = hasReason(server->printerReasons("paperout"), "media-empty");
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    EXPECT_TRUE(seen);
+    EXPECT_TRUE(server->hasReason("paperout", "media-empty", 5));
     EXPECT_EQ(server->waitForJob("paperout", job.get(), 30), IPP_JSTATE_COMPLETED);
-    EXPECT_FALSE(hasReason(server->printerReasons("paperout"), "media-empty"));
+    EXPECT_FALSE(server->hasReason("paperout", "media-empty"));
 
     writeRaster(dir.file("stencil.pwg"), {grayPage(64, 32, 300, photoShade(4))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> waiting =
         std::async(std::launch::async, [&] { return server->submit("stuck", dir.file("stencil.pwg"), ""); });
-    for (int i = 0; i < 100 && !hasReason(server->printerReasons("stuck"), "cover-open"); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    EXPECT_TRUE(hasReason(server->printerReasons("stuck"), "cover-open"));
+    EXPECT_TRUE(server->hasReason("stuck", "cover-open", 5));
     EXPECT_EQ(server->jobText("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(server->command("cancel", server->printerUri("stuck"), "-j 1"), 0);

@@ -116,16 +116,19 @@ ipp_jstate_t IppServer::waitForJob(const std::string& printer, int job, double s
     return state;
 }
 
-std::vector<std::string> IppServer::printerReasons(const std::string& printer) const
+bool IppServer::hasReason(const std::string& printer, const std::string& reason, double seconds) const
 {
-    ipp_t* response = ask(IPP_OP_GET_PRINTER_ATTRIBUTES, printer, 0);
-    ipp_attribute_t* reasons = ippFindAttribute(response, "printer-state-reasons", IPP_TAG_KEYWORD);
-    std::vector<std::string> values;
-    for (int i = 0; i < ippGetCount(reasons); ++i) {
-        values.push_back(ippGetString(reasons, i, nullptr));
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    for (;;) {
+        ipp_t* response = ask(IPP_OP_GET_PRINTER_ATTRIBUTES, printer, 0);
+        ipp_attribute_t* reasons = ippFindAttribute(response, "printer-state-reasons", IPP_TAG_KEYWORD);
+        const bool found = reasons != nullptr && ippContainsString(reasons, reason.c_str()) != 0;
+        ippDelete(response);
+        if (found || std::chrono::steady_clock::now() >= end) {
+            return found;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
-    ippDelete(response);
-    return values;
 }
 
 PrivateCupsd::PrivateCupsd() : IppServer("/printers/")

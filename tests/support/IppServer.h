@@ -7,8 +7,10 @@
 #pragma once
 
 #include <cups/cups.h>
+#include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -39,7 +41,9 @@ public:
     }
     // Waits up to the given seconds for the job to end (or stop); its state.
     ipp_jstate_t waitForJob(const std::string& printer, int job, double seconds) const;
-    std::vector<std::string> printerReasons(const std::string& printer) const;
+    // Whether the printer's state reasons hold the reason, waiting up to the
+    // given seconds for it.
+    bool hasReason(const std::string& printer, const std::string& reason, double seconds = 0) const;
 
 protected:
     // Runs exec in a child process, which receives SIGTERM when this process
@@ -75,6 +79,25 @@ public:
 
     // Submits a file as lp does; the job id, or 0.
     int submit(const std::string& queue, const std::string& file, const std::string& options) const;
+};
+
+// A test suite sharing one server, started and prepared by setUp (which
+// says what failed, or nothing) before the first test and stopped after the
+// last. A failure there would have Google Test skip the tests: it fails each
+// test instead.
+template <typename Server, std::string (*setUp)(Server&)>
+class ServerSuite : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        server = std::make_unique<Server>();
+        problem = setUp(*server);
+    }
+    static void TearDownTestSuite() { server.reset(); }
+    void SetUp() override { ASSERT_EQ(problem, ""); }
+
+    static inline std::unique_ptr<Server> server;
+    static inline std::string problem;
 };
 
 }  // namespace korvotest
