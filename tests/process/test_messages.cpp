@@ -14,7 +14,6 @@
 #include "Filter.h"
 #include "Job.h"
 #include "OndrelPrinter.h"
-#include "PrinterChannels.h"
 
 using namespace korvotest;
 

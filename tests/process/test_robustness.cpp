@@ -12,7 +12,6 @@
 #include <thread>
 
 #include "Job.h"
-#include "PrinterChannels.h"
 
 using namespace korvotest;
 using Clock = std::chrono::steady_clock;

@@ -2,12 +2,15 @@
 #include "FilterProcess.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -18,8 +21,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "PrinterChannels.h"
-
 namespace korvotest {
 
 namespace {
@@ -28,6 +29,10 @@ namespace {
 // hold /dev/null, so that only the environment can lead it to them.
 constexpr int kTestBackChannelFd = 5;
 constexpr int kTestSideChannelFd = 6;
+
+// The side channel's drain request and its answer's status.
+constexpr uint8_t kDrainCommand = 2;
+constexpr uint8_t kStatusOk = 1;
 
 std::vector<std::string> arguments(const FilterRun& run, const std::string& captureDir, const std::string& logPath)
 {
@@ -323,6 +328,60 @@ void writeFile(const std::string& path, const std::string& text)
 {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
+}
+
+std::vector<uint8_t> statusReply(uint64_t status, size_t size)
+{
+    std::vector<uint8_t> reply = {0x64, 0xFF, 0, 0, 0};
+    for (int i = 0; i < 8; ++i) {
+        reply.push_back(static_cast<uint8_t>(status >> (8 * i)));
+    }
+    reply.resize(size, 0);
+    return reply;
+}
+
+PrinterChannels::PrinterChannels(std::function<PollAnswer(int poll)> answerFor) : answerFor_(std::move(answerFor))
+{
+    if (pipe(pipe_) != 0 || socketpair(AF_UNIX, SOCK_STREAM, 0, socket_) != 0) {
+        throw std::runtime_error("cannot create the printer channels");
+    }
+    fcntl(pipe_[0], F_SETFL, fcntl(pipe_[0], F_GETFL) | O_NONBLOCK);
+    fcntl(socket_[1], F_SETFL, fcntl(socket_[1], F_GETFL) | O_NONBLOCK);
+}
+
+PrinterChannels::~PrinterChannels()
+{
+    for (int fd : {pipe_[0], pipe_[1], socket_[0], socket_[1]}) {
+        if (fd >= 0) {
+            close(fd);
+        }
+    }
+}
+
+void PrinterChannels::serve(int pid)
+{
+    while (!hasExited(pid)) {
+        pollfd pfd{socket_[0], POLLIN, 0};
+        if (poll(&pfd, 1, 20) != 1) {
+            continue;
+        }
+        uint8_t request[4];
+        if (read(socket_[0], request, sizeof(request)) != static_cast<ssize_t>(sizeof(request)) ||
+            request[0] != kDrainCommand) {
+            continue;
+        }
+        const PollAnswer answer = answerFor_(polls_++);
+        if (answer.late) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+        }
+        if (!answer.reply.empty() && write(pipe_[1], answer.reply.data(), answer.reply.size()) < 0) {
+            throw std::runtime_error("back channel write failed");
+        }
+        const uint8_t ok[4] = {kDrainCommand, kStatusOk, 0, 0};
+        if (write(socket_[0], ok, sizeof(ok)) != static_cast<ssize_t>(sizeof(ok))) {
+            throw std::runtime_error("side channel write failed");
+        }
+    }
 }
 
 }  // namespace korvotest

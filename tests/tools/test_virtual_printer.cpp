@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "FilterProcess.h"
-#include "PrinterChannels.h"
 
 using namespace korvotest;
 using namespace std::string_literals;
