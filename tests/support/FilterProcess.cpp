@@ -127,11 +127,6 @@ void placeChannels(const FilterRun& run)
 
 }  // namespace
 
-bool FilterResult::errHasLine(const std::string& line) const
-{
-    return ("\n" + err).find("\n" + line + "\n") != std::string::npos;
-}
-
 // The summary's words, framing errors as "ERROR@<offset>", without the print
 // areas and rows when `control` is set.
 static std::string wordsOf(const std::vector<uint8_t>& out, bool control)

@@ -88,7 +88,6 @@ struct FilterResult {
     std::string geometryLog;  // the page geometry log the test program left
     long maxResidentKb = 0;   // the filter's peak resident memory
 
-    bool errHasLine(const std::string& line) const;
     // The stream as short words (korvostream::summarise), framing errors as
     // "ERROR@<offset>"; controlWords() leaves out the print areas and rows.
     std::string words() const;
