@@ -30,7 +30,7 @@ FilterRun prepare(const Job& job, const TempDir& dir)
     writeRaster(dir.file("job.ras"), job.pages, job.times);
     FilterRun run = job.run;
     if (!job.ppd.empty()) {
-        run.ppd = ppdWithModel(dir, job.ppd, job.model);
+        run.ppd = job.model.empty() ? builtPpd(job.ppd) : ppdWithModel(dir, job.ppd, job.model);
     }
     run.options = job.options;
     if (job.rasterOnStdin) {

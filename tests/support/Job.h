@@ -41,7 +41,7 @@ void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, 
 
 struct Job {
     std::string ppd = "korvr27.ppd";  // a shipped PPD, any by absolute path, or none: run.ppd
-    std::string model = "TEST";       // its *ModelName: only R27, V315, K5 and Q6 are polled
+    std::string model = "TEST";       // its *ModelName, the PPD's own when empty: only R27, V315, K5 and Q6 are polled
     std::vector<RasterPage> pages;
     int times = 1;  // the pages are sent that many times over
     std::string options;
