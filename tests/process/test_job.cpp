@@ -53,6 +53,7 @@ std::string expectedMediaActions(const std::string& occurrence, const std::strin
         if (needGoBack || labelMark) {
             feed(4);
         }
+        words += "AREA ROWS ";
         if (occurrence == "EveryPage" && action == "TearOff") {
             feed(labelMark ? 5 : 3);
         } else if (occurrence == "EveryPage" && action == "Cut") {
@@ -76,10 +77,12 @@ std::string expectedMediaActions(const std::string& occurrence, const std::strin
 // that a mistake in the rules above cannot hide one in the filter.
 TEST(FilterJob, MediaActionsFollowTheTable)
 {
-    EXPECT_EQ(expectedMediaActions("EveryPage", "TearOff", "Continuous", 2),
-              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED3,0 PC1 NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED3,0 PC1 PC0 PC1");
+    EXPECT_EQ(
+        expectedMediaActions("EveryPage", "TearOff", "Continuous", 2),
+        "NUL*64 PC0 DENSITY8 PC1 PC0 AREA ROWS FEED3,0 PC1 NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 AREA ROWS FEED3,0 PC1 "
+        "PC0 PC1");
     EXPECT_EQ(expectedMediaActions("AfterJob", "TearOff", "LabelMark", 1),
-              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 PC1 PC0 PC1");
+              "NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 AREA ROWS PC1 PC0 PC1");
     const RasterPage page = uniformPage(40, 3, 203, 0);
     for (const char* occurrence : {"EveryPage", "AfterJob"}) {
         for (const char* action : {"TearOff", "Cut", "None"}) {
@@ -87,7 +90,7 @@ TEST(FilterJob, MediaActionsFollowTheTable)
                 const std::string options =
                     std::string("Occurrence=") + occurrence + " PostAction=" + action + " PaperType=" + paper;
                 const FilterResult result = print({.pages = {page, page, page}, .options = options});
-                EXPECT_EQ(result.controlWords(), expectedMediaActions(occurrence, action, paper, 3)) << options;
+                EXPECT_EQ(result.words(), expectedMediaActions(occurrence, action, paper, 3)) << options;
             }
         }
     }

@@ -342,7 +342,7 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
         const FilterResult result = print(job);
         EXPECT_EQ(std::make_pair(result.exitStatus, result.pages().size()), c.statusAndPages);
         EXPECT_EQ(printer.polls(), c.polls);
-        EXPECT_EQ(countOf(result.controlWords(), "QUERY"), size_t(c.polls));
+        EXPECT_EQ(countOf(result.words(), "QUERY"), size_t(c.polls));
         if (c.words) {
             EXPECT_EQ(result.words(), *c.words);
         }

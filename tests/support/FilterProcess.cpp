@@ -127,32 +127,17 @@ void placeChannels(const FilterRun& run)
 
 }  // namespace
 
-// The summary's words, framing errors as "ERROR@<offset>", without the print
-// areas and rows when `control` is set.
-static std::string wordsOf(const std::vector<uint8_t>& out, bool control)
-{
-    const korvostream::Stream stream = korvostream::parseStream(out);
-    std::vector<std::string> words = korvostream::summarise(stream);
-    for (const korvostream::FramingError& error : stream.errors) {
-        words.push_back("ERROR@" + std::to_string(error.offset));
-    }
-    std::string text;
-    for (const std::string& word : words) {
-        if (!control || (word != "AREA" && word != "ROWS")) {
-            text += (text.empty() ? "" : " ") + word;
-        }
-    }
-    return text;
-}
-
 std::string FilterResult::words() const
 {
-    return wordsOf(out, false);
-}
-
-std::string FilterResult::controlWords() const
-{
-    return wordsOf(out, true);
+    const korvostream::Stream stream = korvostream::parseStream(out);
+    std::string text;
+    for (const std::string& word : korvostream::summarise(stream)) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    for (const korvostream::FramingError& error : stream.errors) {
+        text += (text.empty() ? "" : " ") + ("ERROR@" + std::to_string(error.offset));
+    }
+    return text;
 }
 
 std::vector<korvostream::Page> FilterResult::pages() const

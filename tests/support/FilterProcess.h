@@ -89,9 +89,8 @@ struct FilterResult {
     long maxResidentKb = 0;   // the filter's peak resident memory
 
     // The stream as short words (korvostream::summarise), framing errors as
-    // "ERROR@<offset>"; controlWords() leaves out the print areas and rows.
+    // "ERROR@<offset>".
     std::string words() const;
-    std::string controlWords() const;
     std::vector<korvostream::Page> pages() const;
 };
 
