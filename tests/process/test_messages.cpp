@@ -368,11 +368,10 @@ std::pair<int, std::string> runInProcess(const TempDir& dir, const std::string& 
     for (int i = 0; i < 7; ++i) {
         argv[i] = arguments[i].data();
     }
-    FilterEnvironment environment;
-    environment.output = out;
-    environment.captureDirectory = dir.path();
-    environment.geometryLogPath = dir.file("geometry.log");
-    environment.statusPollLimit = 0;
+    const FilterEnvironment environment{.statusPollLimit = 0,
+                                        .captureDirectory = dir.path(),
+                                        .geometryLogPath = dir.file("geometry.log"),
+                                        .output = out};
     testing::internal::CaptureStderr();
     const int status = runFilter(7, argv, environment);
     return {status, testing::internal::GetCapturedStderr()};

@@ -189,26 +189,20 @@ Shade lineArt(uint8_t flip)
     };
 }
 
-class TattooPages : public ::testing::Test {
-protected:
-    // A filter caught in an endless loop dies of the CPU limit it inherits.
-    static void SetUpTestSuite()
-    {
-        rlimit cpu{};
-        getrlimit(RLIMIT_CPU, &cpu);
-        cpu.rlim_cur = std::min<rlim_t>(cpu.rlim_max, clock() / CLOCKS_PER_SEC + 60);
-        setrlimit(RLIMIT_CPU, &cpu);
-    }
-
-    static std::vector<korvostream::Page> print(const std::vector<RasterPage>& pages, const pageref::JobSettings& s)
-    {
-        return printAndCompare({.ppd = "korvk5.ppd", .pages = pages}, s);
-    }
-};
+// Prints on the stencil printer as the reference does. A filter caught in
+// an endless loop dies of the CPU limit it inherits.
+std::vector<korvostream::Page> printTattoo(const std::vector<RasterPage>& pages, const pageref::JobSettings& s)
+{
+    rlimit cpu{};
+    getrlimit(RLIMIT_CPU, &cpu);
+    cpu.rlim_cur = std::min<rlim_t>(cpu.rlim_max, clock() / CLOCKS_PER_SEC + 60);
+    setrlimit(RLIMIT_CPU, &cpu);
+    return printAndCompare({.ppd = "korvk5.ppd", .pages = pages}, s);
+}
 
 // Several pages a job; the frame enlarges the small Tattoo_A6 pages to its
 // canvas and draws nothing on a size it has no canvas for.
-TEST_F(TattooPages, PhotoAndLineArtAsTheReference)
+TEST(TattooPages, PhotoAndLineArtAsTheReference)
 {
     const std::vector<RasterPage> pages = {
         grayPage(120, 90, 300, photoShade(1), "Tattoo_A6"), grayPage(75, 41, 300, lineArt(0), "Tattoo_A6"),
@@ -219,7 +213,7 @@ TEST_F(TattooPages, PhotoAndLineArtAsTheReference)
                                              {8, -10, 40, true, false, false, 1}, {9, -10, 40, false, true, true, 1},
                                              {9, 0, 50, true, false, false, 5},   {8, 0, 0, false, true, false, 3}};
     for (const pageref::JobSettings& s : settings) {
-        print(pages, s);
+        printTattoo(pages, s);
     }
 }
 
@@ -230,7 +224,7 @@ TEST_F(TattooPages, PhotoAndLineArtAsTheReference)
 // prints once the gamma lifts it above 128: Tattoo, 64 + 191 (41/191)^0.7 =
 // 129.05 for 105, 127.9 for 104; Q6, 128 + 127 (6/127)^1.5 = 129.3 for 134,
 // 128.99 for 133.
-TEST_F(TattooPages, DegeneratePagesPrintPromptlyAsTheReference)
+TEST(TattooPages, DegeneratePagesPrintPromptlyAsTheReference)
 {
     std::vector<std::pair<RasterPage, int>> cases = {
         // and the moment threshold
@@ -257,7 +251,7 @@ TEST_F(TattooPages, DegeneratePagesPrintPromptlyAsTheReference)
                                              {8, 20, -30, true, true, true, 1},
                                              {9, 20, -30, true, true, true, 1}};
     for (const pageref::JobSettings& s : settings) {
-        const std::vector<korvostream::Page> printed = print(pages, s);
+        const std::vector<korvostream::Page> printed = printTattoo(pages, s);
         for (size_t i = 2; i < 6 && s.antiWrinkle == 0 && printed.size() == pages.size(); ++i) {
             EXPECT_EQ(printed[i].dot(0, 0), i >= (s.halftoneType == 9 ? 5u : 3u)) << "page " << i + 1;
         }
