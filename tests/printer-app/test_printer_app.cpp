@@ -4,7 +4,15 @@
 // paper-out shows and clears, a job cancelled in the wait ends promptly, a
 // bad document ends its job only, ipptool's IPP Everywhere test passes for
 // every driver, and a CUPS queue made with -m everywhere prints.
+#include <arpa/inet.h>
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -13,13 +21,113 @@
 #include <sstream>
 #include <thread>
 
-#include "AppServer.h"
 #include "IppServer.h"
 #include "Job.h"
 
 using namespace korvotest;
 
 namespace {
+
+constexpr uid_t kUnprivileged = 65534;  // nobody
+
+int freePort()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    close(fd);
+    return ntohs(address.sin_port);
+}
+
+// A directory the server may write to.
+void makeServerDirectory(const std::string& path)
+{
+    mkdir(path.c_str(), 0700);
+    if (geteuid() == 0 && chown(path.c_str(), kUnprivileged, kUnprivileged) != 0) {
+        throw std::runtime_error("cannot hand " + path + " to the server's user");
+    }
+}
+
+// In the child: the server in the foreground, its files in dir.
+void execServer(const std::string& dir, int port)
+{
+    if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(kUnprivileged) != 0 || setuid(kUnprivileged) != 0)) {
+        _exit(126);
+    }
+    prctl(PR_SET_PDEATHSIG, SIGTERM);  // again: the change of user clears it
+    for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME"}) {
+        setenv(variable, dir.c_str(), 1);
+    }
+    const std::string log = dir + "/server.err";
+    freopen(log.c_str(), "w", stderr);
+    const std::string options[] = {"server-port=" + std::to_string(port), "listen-hostname=localhost",
+                                   "state-file=" + dir + "/state",        "spool-directory=" + dir + "/spool",
+                                   "log-file=" + dir + "/server.log",     "server-options=no-tls"};
+    execl(KORVO_PRINTER_APP, KORVO_PRINTER_APP, "server", "-o", options[0].c_str(), "-o", options[1].c_str(), "-o",
+          options[2].c_str(), "-o", options[3].c_str(), "-o", options[4].c_str(), "-o", options[5].c_str(), nullptr);
+}
+
+// korvo-printer-app's server for a test, on a free port of localhost, with
+// its state, spool and virtual printers in its directory, run as an
+// unprivileged user when the test runs as root (so that it keeps off the
+// system's socket and state).
+class AppServer : public IppServer {
+public:
+    AppServer() : IppServer("/ipp/print/")
+    {
+        const int port = freePort();
+        address_ = "localhost:" + std::to_string(port);
+        chmod(dir_.path().c_str(), 0755);
+        makeServerDirectory(dir_.file("home"));
+        start([this, port] { execServer(dir_.file("home"), port); }, dir_.file("home/server.err"));
+    }
+
+    std::string systemUri() const { return "ipp://" + address_ + "/ipp/system"; }
+    // The directory a virtual printer of that name keeps its jobs in.
+    std::string previews(const std::string& printer) const { return dir_.file("virtual-" + printer); }
+
+    // Adds a printer with the driver on a virtual device; the script is
+    // the device's status=... option, if any. True when it was added.
+    bool addPrinter(const std::string& printer, const std::string& driver, const std::string& script = "") const
+    {
+        makeServerDirectory(previews(printer));
+        const std::string device = "korvo-virtual://" + previews(printer) + (script.empty() ? "" : "?status=" + script);
+        return command("add", systemUri(), "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
+    }
+
+    // korvo-printer-app SUBCOMMAND -u URI ARGS: its exit status and output.
+    int command(const std::string& subcommand, const std::string& uri, const std::string& args,
+                std::string* output = nullptr) const
+    {
+        return runShell(std::string(KORVO_PRINTER_APP) + " " + subcommand + " -u '" + uri + "' " + args + " 2>&1",
+                        output);
+    }
+
+    // Submits a file with -o options; the job id, or 0.
+    int submit(const std::string& printer, const std::string& file, const std::string& options) const
+    {
+        std::string output;
+        return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str())
+                                                                                                 : 0;
+    }
+
+    // The stream the printer's n-th job (from 1) left.
+    std::vector<uint8_t> stream(const std::string& printer, int n) const
+    {
+        return readFile(previews(printer) + "/" + std::to_string(n) + "/stream.bin");
+    }
+
+    // The end of the server's log, for a failing test to show.
+    std::string logTail() const
+    {
+        const std::string log = readText(dir_.file("home/server.log"));
+        return log.substr(log.size() > 8000 ? log.size() - 8000 : 0);
+    }
+};
 
 struct Printer {
     const char* name;
