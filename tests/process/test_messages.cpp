@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <optional>
 
 #include "Filter.h"
@@ -68,7 +67,7 @@ std::vector<PollAnswer> replies(std::initializer_list<uint64_t> words)
 // arguments and printer streams as a hostile or careless sender makes them;
 // and the status wait of the polled models against a virtual printer that
 // answers the n-th status query with answers[n] (the last one repeating).
-// The exit status, the pages printed, the status queries answered, the whole
+// The exit status, the pages printed, the status queries sent, the whole
 // stream when given, the spooler lines in order and how often some occur.
 // Every page before a failure is printed; a job that fails sends no job end
 // and no final state line. Arguments, input and the paper size are checked
@@ -111,7 +110,7 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
         std::optional<std::string> words = {};
         std::vector<std::pair<std::string, size_t>> counts = {};
         std::vector<PollAnswer> answers = {};  // none: no printer on the channels
-        int polls = 0;
+        int polls = 0;                         // status queries sent, all answered when there are answers
     };
     const Case cases[] = {
         {.what = "two pages",
@@ -313,6 +312,12 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
          .counts = {{"INFO: Printing", 1}},
          .answers = {{{0x65, 0xFF, 0, 0, 0, 0, 0, 0x80}}, {statusReply(kReady)}, {statusReply(kPaperOut)}},
          .polls = 3},
+        // Started by hand without its channels: the side channel fails at
+        // once and the back channel is never read (libcups would spin on it).
+        {.what = "closed channels",
+         .job = {.model = "R27", .pages = {good}, .run = {.pollLimit = 2, .pollIntervalMs = 10, .closeChannels = true}},
+         .counts = {{"DEBUG: cups_sc_status_t = 3", 4}, {"cupsBackChannelRead bytes", 0}},
+         .polls = 4},
         {.what = "a model that is not polled",
          .job = {.model = "R27X", .pages = {good}},
          .counts = {{"WaitForPrinterReady", 0}},
@@ -341,7 +346,7 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
         }
         const FilterResult result = print(job);
         EXPECT_EQ(std::make_pair(result.exitStatus, result.pages().size()), c.statusAndPages);
-        EXPECT_EQ(printer.polls(), c.polls);
+        EXPECT_EQ(printer.polls(), c.answers.empty() ? 0 : c.polls);
         EXPECT_EQ(countOf(result.words(), "QUERY"), size_t(c.polls));
         if (c.words) {
             EXPECT_EQ(result.words(), *c.words);
@@ -457,20 +462,6 @@ TEST(Messages, JobSettings)
     EXPECT_TRUE(inOrder(tiny.err, {"\nERROR: Paper size must not less than 1.0 : (0.705600, 0.705600)\n"}));
     EXPECT_TRUE(inOrder(print({.ppd = conversions, .pages = {page}}).err,
                         {"DEBUG:Custom Size: (288.000000,432.000000,0.000000,0.000000,288.000000,432.000000)\n"}));
-}
-
-// Started by hand without its channels: the side channel fails at once and
-// the back channel is never read (libcups would spin on it).
-TEST(Messages, ClosedChannelsAreNeverRead)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const FilterResult result = print({.model = "R27",
-                                       .pages = {uniformPage(16, 2, 203, 0)},
-                                       .run = {.pollLimit = 2, .pollIntervalMs = 10, .closeChannels = true}});
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(countOf(result.err, "DEBUG: cups_sc_status_t = 3"), 4u);
-    EXPECT_EQ(countOf(result.err, "cupsBackChannelRead bytes"), 0u);
 }
 
 }  // namespace
