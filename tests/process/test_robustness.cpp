@@ -40,26 +40,6 @@ FilterResult printToSlowPrinter(Job job)
     return result;
 }
 
-// Sends SIGTERM once the filter's messages hold the text, and measures how
-// long the filter takes to end after that.
-struct Cancel {
-    std::string after;
-    Clock::duration taken{};
-
-    void operator()(int pid, const std::string& messages)
-    {
-        while (countOf(readText(messages), after) == 0 && !hasExited(pid)) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        const auto sent = Clock::now();
-        kill(pid, SIGTERM);
-        while (!hasExited(pid)) {
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        }
-        taken = Clock::now() - sent;
-    }
-};
-
 // SIGTERM while the filter waits for raster data, writes a page to a
 // printer that takes one byte at a time, halftones a large stencil page, or
 // waits for a printer out of paper: the job ends at once with status 1, the
@@ -90,11 +70,23 @@ TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
          "INFO: Paper out."},
     };
     for (Case& c : cases) {
-        Cancel cancel{c.after};
-        c.job.run.whileRunning = std::ref(cancel);
+        // SIGTERM once the filter's messages hold the text, and how long the
+        // filter takes to end after that.
+        Clock::duration taken{};
+        c.job.run.whileRunning = [&](int pid, const std::string& messages) {
+            while (countOf(readText(messages), c.after) == 0 && !hasExited(pid)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            const auto sent = Clock::now();
+            kill(pid, SIGTERM);
+            while (!hasExited(pid)) {
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
+            }
+            taken = Clock::now() - sent;
+        };
         const FilterResult result = printToSlowPrinter(c.job);
         EXPECT_EQ(result.exitStatus, 1) << c.moment;
-        EXPECT_LT(cancel.taken, std::chrono::milliseconds(100)) << c.moment;
+        EXPECT_LT(taken, std::chrono::milliseconds(100)) << c.moment;
         const std::string words = result.words();
         EXPECT_EQ(words.find("ERROR@"), std::string::npos) << c.moment << ": " << words;
         EXPECT_FALSE(words.ends_with("ROWS PC1 PC0 PC1") || words.ends_with("QUERY PC0 PC1"))
