@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <sstream>
 
 #include "IppServer.h"
 #include "Job.h"
@@ -74,14 +73,9 @@ protected:
     static FilterResult direct(const std::string& ppd, const std::string& document, const std::string& options)
     {
         TempDir dir;
-        std::string cupsfilterOptions;
-        std::istringstream words(options);
-        for (std::string word; words >> word;) {
-            cupsfilterOptions += " -o " + word;
-        }
         const std::string raster = dir.file("page.ras");
-        EXPECT_EQ(server->run("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster" +
-                              cupsfilterOptions + " '" + document + "' > '" + raster + "' 2>/dev/null"),
+        EXPECT_EQ(server->run("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster -o '" + options +
+                              "' '" + document + "' > '" + raster + "' 2>/dev/null"),
                   0);
         PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll % 2 ? 0x880000 : 0x800000)}; });
         return runFilter({.options = options, .rasterFile = raster, .ppd = builtPpd(ppd), .printer = &printer});

@@ -146,9 +146,7 @@ PrivateCupsd::PrivateCupsd() : IppServer("/printers/")
                      "' KORVO_BACKEND='" KORVO_BACKEND_BIN "' '" KORVO_SOURCE_DIR "/scripts/private-cupsd.sh' setup '" +
                      dir_.path() + "'",
                  &address_);
-    while (!address_.empty() && address_.back() == '\n') {
-        address_.pop_back();
-    }
+    address_.erase(address_.find_last_not_of('\n') + 1);
     if (status != 0) {
         throw std::runtime_error("private cupsd setup failed");
     }
