@@ -6,8 +6,8 @@
 
 #include <chrono>
 
+#include "FilterProcess.h"
 #include "IppServer.h"
-#include "Job.h"
 
 using namespace korvotest;
 

@@ -21,8 +21,8 @@
 #include <sstream>
 #include <thread>
 
+#include "FilterProcess.h"
 #include "IppServer.h"
-#include "Job.h"
 
 using namespace korvotest;
 

@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <ctime>
 
-#include "Job.h"
+#include "FilterProcess.h"
 
 using namespace korvotest;
 

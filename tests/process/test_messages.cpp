@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "Filter.h"
-#include "Job.h"
+#include "FilterProcess.h"
 #include "OndrelPrinter.h"
 
 using namespace korvotest;

@@ -12,7 +12,7 @@
 #include <ctime>
 #include <random>
 
-#include "Job.h"
+#include "FilterProcess.h"
 #include "PageReference.h"
 #include "TattooReference.h"
 

@@ -11,7 +11,7 @@
 #include <future>
 #include <thread>
 
-#include "Job.h"
+#include "FilterProcess.h"
 
 using namespace korvotest;
 using Clock = std::chrono::steady_clock;
