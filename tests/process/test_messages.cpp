@@ -34,7 +34,6 @@ namespace {
 const std::string kPage = "NUL*64 PC0 DENSITY8 PC1 PC0 AREA ROWS PC1 ";
 const std::string kPageStart = "NUL*64 PC0 DENSITY8 PC1 ";
 const std::string kJobEnd = "PC0 PC1";
-const std::string kUnwritable = "ERROR: Unable to send the print data to the printer: ";
 
 // A page of the given geometry, its header changed as given.
 RasterPage page(unsigned width, unsigned height, const std::function<void(cups_page_header2_t&)>& change = {})
@@ -92,7 +91,6 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
     RasterPage padded = grayPage(13, 3, 203, randomShade(4));
     padded.header.cupsBytesPerLine = 16;
     padded.pixels.resize(16 * 3, 0);
-    // A printer stream that cannot be written ends a long job at once.
     const std::vector<RasterPage> longJob(40, grayPage(600, 400, 203, photoShade(1)));
     int broken[2];
     ASSERT_EQ(pipe2(broken, O_CLOEXEC), 0);
@@ -111,6 +109,14 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
         std::vector<std::pair<std::string, size_t>> counts = {};
         std::vector<PollAnswer> answers = {};  // none: no printer on the channels
         int polls = 0;                         // status queries sent, all answered when there are answers
+    };
+    // A printer stream that cannot be written ends a long job at once.
+    const auto unwritable = [&](const char* what, const FilterRun& run) {
+        return Case{.what = what,
+                    .job = {.pages = longJob, .run = run},
+                    .statusAndPages = {1, 0},
+                    .lines = {"ERROR: Unable to send the print data to the printer: "},
+                    .counts = {{"INFO: page", 1}}};
     };
     const Case cases[] = {
         {.what = "two pages",
@@ -237,21 +243,9 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
          .words = "NUL*64 PC0 DENSITY8 PC1 PC0 FEED0,141 AREA ROWS PC1 NUL*64 PC0 DENSITY8 PC1 PC0 FEED4,0 FEED0,95 "
                   "AREA ROWS PC1 PC0 PC1"},
         // A printer stream that cannot be written ends a long job at once.
-        {.what = "a full disk",
-         .job = {.pages = longJob, .run = {.stdoutPath = "/dev/full"}},
-         .statusAndPages = {1, 0},
-         .lines = {kUnwritable},
-         .counts = {{"INFO: page", 1}}},
-        {.what = "standard output closed",
-         .job = {.pages = longJob, .run = {.closeStdout = true}},
-         .statusAndPages = {1, 0},
-         .lines = {kUnwritable},
-         .counts = {{"INFO: page", 1}}},
-        {.what = "a printer pipe without a reader",
-         .job = {.pages = longJob, .run = {.stdoutFd = broken[1]}},
-         .statusAndPages = {1, 0},
-         .lines = {kUnwritable},
-         .counts = {{"INFO: page", 1}}},
+        unwritable("a full disk", {.stdoutPath = "/dev/full"}),
+        unwritable("standard output closed", {.closeStdout = true}),
+        unwritable("a printer pipe without a reader", {.stdoutFd = broken[1]}),
         {.what = "wrong arguments",
          .job = {.run = {.shipped = true, .args = {"1", "user", "title", "1"}}},
          .statusAndPages = {1, 0},
