@@ -121,7 +121,8 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
                 EXPECT_EQ(page.rows, c.rows) << c.options;
             }
         }
-        EXPECT_EQ(server->jobInteger(c.queue.name, job, "job-impressions-completed"), int(expected.pages().size()));
+        EXPECT_EQ(server->jobAttribute(c.queue.name, job, "job-impressions-completed"),
+                  std::to_string(expected.pages().size()));
         const std::string accounted = std::string(" ").append(std::to_string(job)).append(" [");
         const std::string pageLog = readText(server->path("log/page_log"));
         EXPECT_NE(pageLog.find("total " + std::to_string(expected.pages().size()), pageLog.find(accounted)),

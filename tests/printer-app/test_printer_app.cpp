@@ -276,7 +276,7 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
     std::future<int> waiting =
         std::async(std::launch::async, [&] { return server->submit("stuck", dir.file("stencil.pwg"), ""); });
     EXPECT_TRUE(server->hasReason("stuck", "cover-open", 5));
-    EXPECT_EQ(server->jobText("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
+    EXPECT_EQ(server->jobAttribute("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(server->command("cancel", server->printerUri("stuck"), "-j 1"), 0);
     EXPECT_EQ(server->waitForJob("stuck", 1, 10), IPP_JSTATE_CANCELED);
@@ -293,8 +293,8 @@ TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
     writeFile(dir.file("broken.png"), std::string("\x89PNG\r\n\x1a\n", 8) + "not an image at all");
     runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("broken") + " print-job.test");
     EXPECT_EQ(server->waitForJob("broken", 1, 30), IPP_JSTATE_ABORTED);
-    EXPECT_EQ(server->jobText("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
-        << server->jobText("broken", 1, "job-state-message");
+    EXPECT_EQ(server->jobAttribute("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
+        << server->jobAttribute("broken", 1, "job-state-message");
     writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))}, 1, CUPS_RASTER_WRITE_PWG);
     EXPECT_EQ(server->waitForJob("broken", server->submit("broken", dir.file("job.pwg"), ""), 30),
               IPP_JSTATE_COMPLETED);

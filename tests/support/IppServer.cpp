@@ -87,22 +87,13 @@ ipp_t* IppServer::ask(ipp_op_t operation, const std::string& printer, int job) c
     return response;
 }
 
-int IppServer::jobInteger(const std::string& printer, int job, const char* name) const
+std::string IppServer::jobAttribute(const std::string& printer, int job, const char* name) const
 {
     ipp_t* response = ask(IPP_OP_GET_JOB_ATTRIBUTES, printer, job);
-    ipp_attribute_t* attribute = ippFindAttribute(response, name, IPP_TAG_ZERO);
-    const int value = attribute != nullptr ? ippGetInteger(attribute, 0) : -1;
+    char text[1024] = "";
+    ippAttributeString(ippFindAttribute(response, name, IPP_TAG_ZERO), text, sizeof(text));
     ippDelete(response);
-    return value;
-}
-
-std::string IppServer::jobText(const std::string& printer, int job, const char* name) const
-{
-    ipp_t* response = ask(IPP_OP_GET_JOB_ATTRIBUTES, printer, job);
-    const char* text = ippGetString(ippFindAttribute(response, name, IPP_TAG_ZERO), 0, nullptr);
-    const std::string value = text != nullptr ? text : "";
-    ippDelete(response);
-    return value;
+    return text;
 }
 
 ipp_jstate_t IppServer::waitForJob(const std::string& printer, int job, double seconds) const

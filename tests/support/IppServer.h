@@ -31,13 +31,12 @@ public:
     // True when the server accepts a connection.
     bool listening() const;
 
-    // An integer or enum attribute of the job, -1 when there is none; a text
-    // attribute, empty when there is none.
-    int jobInteger(const std::string& printer, int job, const char* name) const;
-    std::string jobText(const std::string& printer, int job, const char* name) const;
+    // An attribute of the job as text (ippAttributeString), empty when there
+    // is none.
+    std::string jobAttribute(const std::string& printer, int job, const char* name) const;
     ipp_jstate_t jobState(const std::string& printer, int job) const
     {
-        return static_cast<ipp_jstate_t>(jobInteger(printer, job, "job-state"));
+        return static_cast<ipp_jstate_t>(ippEnumValue("job-state", jobAttribute(printer, job, "job-state").c_str()));
     }
     // Waits up to the given seconds for the job to end (or stop); its state.
     ipp_jstate_t waitForJob(const std::string& printer, int job, double seconds) const;
