@@ -14,16 +14,15 @@ using namespace korvotest;
 namespace {
 
 // A gray ramp with a dark disc, made a PNG by Ghostscript.
-const char* const kPicture = R"PS(%!PS
-<< /PageSize [216 144] >> setpagedevice
+const std::string kPicture = R"PS(<< /PageSize [216 144] >> setpagedevice
 0 1 215 { dup 215 div setgray 0 moveto 0 144 rlineto 1.2 setlinewidth stroke } for
 0.1 setgray 108 72 40 0 360 arc fill showpage
 )PS";
 
 // An A4 page with a black frame and a mid-gray bar, made a PDF by
 // Ghostscript.
-const char* const kDocument = R"PS(%!PS
-newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath 8 setlinewidth 0 setgray stroke
+const std::string kDocument =
+    R"PS(newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath 8 setlinewidth 0 setgray stroke
 0.5 setgray 100 400 300 60 rectfill showpage
 )PS";
 
@@ -55,11 +54,9 @@ std::string addQueues(PrivateCupsd& cupsd)
             return "lpadmin failed: " + output;
         }
     }
-    writeFile(cupsd.path("picture.ps"), kPicture);
-    writeFile(cupsd.path("document.ps"), kDocument);
-    if (cupsd.run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd.path("picture.png") + "' '" +
-                  cupsd.path("picture.ps") + "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" + cupsd.path("document.pdf") +
-                  "' '" + cupsd.path("document.ps") + "'") != 0) {
+    if (cupsd.run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd.path("picture.png") + "' -c '" + kPicture +
+                  "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" + cupsd.path("document.pdf") + "' -c '" + kDocument +
+                  "'") != 0) {
         return "Ghostscript cannot make the documents";
     }
     return "";
@@ -84,9 +81,7 @@ protected:
     // What the virtual printer received for the job.
     static FilterResult received(int job)
     {
-        FilterResult result;
-        result.out = readFile(server->path("previews/" + std::to_string(job) + "/stream.bin"));
-        return result;
+        return {.out = readFile(server->path("previews/" + std::to_string(job) + "/stream.bin"))};
     }
 };
 
