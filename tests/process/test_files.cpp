@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 
 #include "FilterProcess.h"
 
@@ -60,9 +61,8 @@ TEST(Files, TwoCapturesPerPageNumberedInTurn)
             return name == captureName(before, number) || name == captureName(after, number);
         });
         ASSERT_NE(match, files.end()) << number;
-        struct stat info;
-        ASSERT_EQ(stat(captures.file(*match).c_str(), &info), 0);
-        EXPECT_EQ(info.st_mode & 0777, 0600u);
+        EXPECT_EQ(std::filesystem::status(captures.file(*match)).permissions(),
+                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 
         const std::vector<uint8_t> bmp = readFile(captures.file(*match));
         ASSERT_EQ(bmp.size(), 54u + 1024u + 10u * 3u);

@@ -120,8 +120,7 @@ TEST(Robustness, MemoryFollowsTheDataThatArrives)
 #endif
 #endif
     RasterPage promise = uniformPage(1, 1, 300, 0);
-    promise.header.cupsWidth = 65536;
-    promise.header.cupsBytesPerLine = 65536;
+    promise.header.cupsWidth = promise.header.cupsBytesPerLine = 65536;
     promise.header.cupsHeight = 65535;
     promise.pixels.clear();
     const FilterResult empty = print({.pages = {promise}});

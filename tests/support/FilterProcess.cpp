@@ -349,9 +349,7 @@ PrinterChannels::PrinterChannels(std::function<PollAnswer(int poll)> answerFor) 
 PrinterChannels::~PrinterChannels()
 {
     for (int fd : {pipe_[0], pipe_[1], socket_[0], socket_[1]}) {
-        if (fd >= 0) {
-            close(fd);
-        }
+        close(fd);
     }
 }
 

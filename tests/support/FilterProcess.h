@@ -49,8 +49,8 @@ public:
 
 private:
     std::function<PollAnswer(int)> answerFor_;
-    int pipe_[2] = {-1, -1};
-    int socket_[2] = {-1, -1};
+    int pipe_[2];  // both made by the constructor, or it throws
+    int socket_[2];
     int polls_ = 0;
 };
 
