@@ -135,8 +135,6 @@ std::vector<std::string> filesIn(const std::string& directory);  // sorted, with
 std::string readText(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 
-// Test pages and their raster.
-
 struct RasterPage {
     cups_page_header2_t header;
     std::vector<uint8_t> pixels;  // written as they are; may be shorter than the page

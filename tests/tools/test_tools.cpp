@@ -138,7 +138,6 @@ TEST(KorvoDecode, PictureShowsThePaperAsPrinted)
     const std::vector<uint32_t> pixels = readPng(dir.file("page-1.png"), png);
     ASSERT_EQ(png.width, 1728u);
     ASSERT_EQ(png.height, 10u + 2u + 8u);
-    ASSERT_EQ(pixels.size(), 1728u * 20u);
     const uint32_t white = 0xFFFFFF;
     const uint32_t black = 0;
     const uint32_t gray = 0xD8D8D8;  // paper fed, not drawn to scale
