@@ -5,28 +5,24 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
-#include <regex>
-#include <sstream>
 
-#include "Job.h"
-#include "PrivateCupsd.h"
+#include "FilterProcess.h"
+#include "IppServer.h"
 
 using namespace korvotest;
 
 namespace {
 
 // A gray ramp with a dark disc, made a PNG by Ghostscript.
-const char* const kPicture = R"PS(%!PS
-<< /PageSize [216 144] >> setpagedevice
+const std::string kPicture = R"PS(<< /PageSize [216 144] >> setpagedevice
 0 1 215 { dup 215 div setgray 0 moveto 0 144 rlineto 1.2 setlinewidth stroke } for
 0.1 setgray 108 72 40 0 360 arc fill showpage
 )PS";
 
 // An A4 page with a black frame and a mid-gray bar, made a PDF by
 // Ghostscript.
-const char* const kDocument = R"PS(%!PS
-newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath 8 setlinewidth 0 setgray stroke
+const std::string kDocument =
+    R"PS(newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath 8 setlinewidth 0 setgray stroke
 0.5 setgray 100 400 300 60 rectfill showpage
 )PS";
 
@@ -44,111 +40,86 @@ const Queue kQueues[] = {
     {"stuck", "korvr27.ppd", "?status=paperout"},
 };
 
-class Spooler : public ::testing::Test {
+std::string addQueues(PrivateCupsd& cupsd)
+{
+    const std::string previews = cupsd.path("previews");
+    if (cupsd.run("install -d -m 1777 '" + previews + "'") != 0) {
+        return "cannot make " + previews;
+    }
+    for (const Queue& queue : kQueues) {
+        const std::string uri = "korvo-virtual:" + previews + queue.status;
+        std::string output;
+        if (cupsd.run("lpadmin -p " + std::string(queue.name) + " -E -v '" + uri + "' -P '" + builtPpd(queue.ppd) + "'",
+                      &output) != 0) {
+            return "lpadmin failed: " + output;
+        }
+    }
+    if (cupsd.run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd.path("picture.png") + "' -c '" + kPicture +
+                  "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" + cupsd.path("document.pdf") + "' -c '" + kDocument +
+                  "'") != 0) {
+        return "Ghostscript cannot make the documents";
+    }
+    return "";
+}
+
+class Spooler : public ServerSuite<PrivateCupsd, addQueues> {
 protected:
-    // A failure here would have Google Test skip the tests: it is kept for
-    // SetUp, which fails each test with it.
-    static void SetUpTestSuite()
-    {
-        cupsd = std::make_unique<PrivateCupsd>();
-        problem = addQueues();
-    }
-
-    static std::string addQueues()
-    {
-        const std::string previews = cupsd->path("previews");
-        if (cupsd->run("install -d -m 1777 '" + previews + "'") != 0) {
-            return "cannot make " + previews;
-        }
-        for (const Queue& queue : kQueues) {
-            const std::string uri = "korvo-virtual:" + previews + queue.status;
-            std::string output;
-            if (cupsd->run("lpadmin -p " + std::string(queue.name) + " -E -v '" + uri + "' -P '" + builtPpd(queue.ppd) +
-                               "'",
-                           &output) != 0) {
-                return "lpadmin failed: " + output;
-            }
-        }
-        writeFile(cupsd->path("picture.ps"), kPicture);
-        writeFile(cupsd->path("document.ps"), kDocument);
-        if (cupsd->run("gs -q -dSAFER -sDEVICE=pnggray -r150 -o '" + cupsd->path("picture.png") + "' '" +
-                       cupsd->path("picture.ps") + "' && gs -q -dSAFER -sDEVICE=pdfwrite -o '" +
-                       cupsd->path("document.pdf") + "' '" + cupsd->path("document.ps") + "'") != 0) {
-            return "Ghostscript cannot make the documents";
-        }
-        return "";
-    }
-
-    void SetUp() override { ASSERT_EQ(problem, ""); }
-
-    static void TearDownTestSuite() { cupsd.reset(); }
-
     // The filter run directly on the raster the CUPS chain makes of the
-    // document for that PPD and those options.
+    // document for that PPD and those options, against a printer that
+    // answers as the virtual one: ready before a page, printed after it.
     static FilterResult direct(const std::string& ppd, const std::string& document, const std::string& options)
     {
         TempDir dir;
-        std::string cupsfilterOptions;
-        std::istringstream words(options);
-        for (std::string word; words >> word;) {
-            cupsfilterOptions += " -o " + word;
-        }
         const std::string raster = dir.file("page.ras");
-        EXPECT_EQ(cupsd->run("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster" +
-                             cupsfilterOptions + " '" + document + "' > '" + raster + "' 2>/dev/null"),
+        EXPECT_EQ(server->run("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster -o '" + options +
+                              "' '" + document + "' > '" + raster + "' 2>/dev/null"),
                   0);
-        return runFilter({.options = options, .rasterFile = raster, .ppd = ppdWithModel(dir, ppd, "direct")});
+        PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll % 2 ? 0x880000 : 0x800000)}; });
+        return runFilter({.options = options, .rasterFile = raster, .ppd = builtPpd(ppd), .printer = &printer});
     }
 
-    static std::unique_ptr<PrivateCupsd> cupsd;
-    static std::string problem;
+    // What the virtual printer received for the job.
+    static FilterResult received(int job)
+    {
+        return {.out = readFile(server->path("previews/" + std::to_string(job) + "/stream.bin"))};
+    }
 };
 
-std::unique_ptr<PrivateCupsd> Spooler::cupsd;
-std::string Spooler::problem;
-
 // Each job completes, is counted page by page, and the virtual printer
-// receives what the filter makes of the same raster: the same pages, dot
-// for dot, and the same media actions, with the status queries between.
+// receives, byte for byte, what the filter makes of the same raster: the
+// same pages, media actions and status queries.
 TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
 {
     struct Case {
-        const char* queue;
-        const char* ppd;
+        const Queue& queue;
         std::string document;
         std::string options;
         size_t rowBytes;  // the page size at the resolution asked for (PDF documents)
         size_t rows;
     };
     const Case cases[] = {
-        {"label", "korvr27.ppd", kTestPage, "Resolution=203dpi HalftoneType=Stucki Occurrence=EveryPage PostAction=Cut",
-         210, 2374},
-        {"label", "korvr27.ppd", cupsd->path("picture.png"), "PageSize=w288h432 PostAction=TearOff", 0, 0},
-        {"stencil", "korvk5.ppd", kTestPage, "PageSize=Tattoo_A6 HalftoneType=Tattoo_Q6 AntiWrinkle=2", 155, 1748},
-        {"stencil", "korvk5.ppd", cupsd->path("picture.png"), "PageSize=Tattoo_A6 MirrorImage=True", 0, 0},
+        {kQueues[0], kTestPage, "Resolution=203dpi HalftoneType=Stucki Occurrence=EveryPage PostAction=Cut", 210, 2374},
+        {kQueues[0], server->path("picture.png"), "PageSize=w288h432 PostAction=TearOff", 0, 0},
+        {kQueues[1], kTestPage, "PageSize=Tattoo_A6 HalftoneType=Tattoo_Q6 AntiWrinkle=2", 155, 1748},
+        {kQueues[1], server->path("picture.png"), "PageSize=Tattoo_A6 MirrorImage=True", 0, 0},
     };
     for (const Case& c : cases) {
-        const int job = cupsd->submit(c.queue, c.document, c.options);
+        const int job = server->submit(c.queue.name, c.document, c.options);
         ASSERT_GT(job, 0) << cupsLastErrorString();
-        ASSERT_EQ(cupsd->waitForJob(c.queue, job, 60), IPP_JSTATE_COMPLETED) << c.options;
-        FilterResult printed;
-        printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
-        const FilterResult expected = direct(c.ppd, c.document, c.options);
+        ASSERT_EQ(server->waitForJob(c.queue.name, job, 60), IPP_JSTATE_COMPLETED) << c.options;
+        const FilterResult expected = direct(c.queue.ppd, c.document, c.options);
         ASSERT_FALSE(expected.pages().empty()) << c.options;
-        EXPECT_EQ(std::regex_replace(printed.controlWords(), std::regex("QUERY "), ""), expected.controlWords())
-            << c.options;
-        EXPECT_EQ(countOf(printed.controlWords(), "QUERY"), 2 * expected.pages().size());
-        ASSERT_EQ(printed.pages().size(), expected.pages().size()) << c.options;
-        for (size_t i = 0; i < expected.pages().size(); ++i) {
-            EXPECT_EQ(printed.pages()[i].packed, expected.pages()[i].packed) << c.options << ", page " << i + 1;
+        EXPECT_TRUE(received(job).out == expected.out) << c.options;
+        for (const korvostream::Page& page : expected.pages()) {
             if (c.rows != 0) {
-                EXPECT_EQ(printed.pages()[i].rowBytes, c.rowBytes) << c.options;
-                EXPECT_EQ(printed.pages()[i].rows, c.rows) << c.options;
+                EXPECT_EQ(page.rowBytes, c.rowBytes) << c.options;
+                EXPECT_EQ(page.rows, c.rows) << c.options;
             }
         }
-        EXPECT_EQ(cupsd->jobInteger(c.queue, job, "job-impressions-completed"), int(expected.pages().size()));
+        EXPECT_EQ(server->jobAttribute(c.queue.name, job, "job-impressions-completed"),
+                  std::to_string(expected.pages().size()));
         const std::string accounted = std::string(" ").append(std::to_string(job)).append(" [");
-        const std::string pageLog = readText(cupsd->path("log/page_log"));
+        const std::string pageLog = readText(server->path("log/page_log"));
         EXPECT_NE(pageLog.find("total " + std::to_string(expected.pages().size()), pageLog.find(accounted)),
                   std::string::npos);
     }
@@ -159,12 +130,11 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
 // its dots.
 TEST_F(Spooler, PrintedDotsShowTheDocument)
 {
-    const int job = cupsd->submit("label", cupsd->path("document.pdf"), "HalftoneType=Ordered Resolution=203dpi");
-    ASSERT_EQ(cupsd->waitForJob("label", job, 60), IPP_JSTATE_COMPLETED);
-    FilterResult printed;
-    printed.out = readFile(cupsd->path("previews/" + std::to_string(job).append("/stream.bin")));
-    ASSERT_EQ(printed.pages().size(), 1u);
-    const korvostream::Page page = printed.pages()[0];
+    const int job = server->submit("label", server->path("document.pdf"), "HalftoneType=Ordered Resolution=203dpi");
+    ASSERT_EQ(server->waitForJob("label", job, 60), IPP_JSTATE_COMPLETED);
+    const std::vector<korvostream::Page> pages = received(job).pages();
+    ASSERT_EQ(pages.size(), 1u);
+    const korvostream::Page& page = pages[0];
     auto column = [](double points) { return size_t(points * 203 / 72); };
     auto row = [](double points) { return size_t((842 - points) * 203 / 72); };
     EXPECT_TRUE(page.dot(column(60), row(600)) && page.dot(column(535), row(600)));
@@ -184,16 +154,16 @@ TEST_F(Spooler, PrintedDotsShowTheDocument)
 // A job waiting for paper that never comes ends promptly when cancelled.
 TEST_F(Spooler, CancelEndsARunningJob)
 {
-    const int job = cupsd->submit("stuck", kTestPage, "");
+    const int job = server->submit("stuck", kTestPage, "");
     ASSERT_GT(job, 0);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (std::chrono::steady_clock::now() < deadline &&
-           countOf(readText(cupsd->path("log/error_log")), "Paper out.") == 0) {
+           countOf(readText(server->path("log/error_log")), "Paper out.") == 0) {
     }
-    ASSERT_EQ(cupsd->jobState("stuck", job), IPP_JSTATE_PROCESSING);
+    ASSERT_EQ(server->jobState("stuck", job), IPP_JSTATE_PROCESSING);
     const auto start = std::chrono::steady_clock::now();
-    ASSERT_EQ(cupsd->run("cancel " + std::to_string(job)), 0);
-    EXPECT_EQ(cupsd->waitForJob("stuck", job, 10), IPP_JSTATE_CANCELED);
+    ASSERT_EQ(server->run("cancel " + std::to_string(job)), 0);
+    EXPECT_EQ(server->waitForJob("stuck", job, 10), IPP_JSTATE_CANCELED);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
 }
 

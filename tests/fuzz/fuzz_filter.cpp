@@ -5,20 +5,16 @@
 // stream follows, which the filter reads as its file argument from an
 // in-memory file.
 //
-// The limits keep every job well under a second and a few hundred MB, so that
-// the fuzzer spends its time on variety rather than on size (the filter
-// itself refuses only pages over 4 GiB): at most kMaxPages pages, each at most
-// kMaxPageSide pixels and bytes a line (cupsWidth, cupsHeight,
-// cupsBytesPerLine). Every page libcups reads counts, also those after a page
-// the filter stops at: the limits do not depend on the filter's own checks.
+// The limits (README.md) keep every job well under a second and a few
+// hundred MB: at most kMaxPages pages, each at most kMaxPageSide pixels and
+// bytes a line. Every page libcups reads counts, also those after a page the
+// filter stops at: the limits do not depend on the filter's own checks.
 //
-// The printer stream goes to /dev/null, the status wait is off (no polls, no
-// channels), captures and the geometry log go to a private directory emptied
-// after every job. Besides the sanitizers, one property is checked: a page
-// capture (a BMP file) is never more than kMaxCaptureSide pixels on a side.
-// The largest anti-wrinkle canvas at 300 dpi is 2598 x 3272 dots (Letter
-// width, A4 height, 5 mm side lines), so a larger capture is an image the
-// filter made far larger than the page and its frame.
+// Besides the sanitizers, one property is checked: a page capture (a BMP
+// file) is never more than kMaxCaptureSide pixels on a side. The largest
+// anti-wrinkle canvas at 300 dpi is 2598 x 3272 dots (Letter width, A4
+// height, 5 mm side lines), so a larger capture is an image the filter made
+// far larger than the page and its frame.
 #include <cups/raster.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -99,29 +95,20 @@ std::string decodeOptions(FuzzBytes& bytes)
     return options;
 }
 
-ssize_t readMemory(void* context, unsigned char* buffer, size_t length)
-{
-    auto* stream = static_cast<FuzzBytes*>(context);
-    const size_t count = std::min(length, stream->restSize());
-    memcpy(buffer, stream->rest(), count);
-    stream->skip(count);
-    return static_cast<ssize_t>(count);
-}
-
 bool sizeWithinLimits(const cups_page_header2_t& header)
 {
     return header.cupsWidth <= kMaxPageSide && header.cupsHeight <= kMaxPageSide &&
            header.cupsBytesPerLine <= kMaxPageSide;
 }
 
-// Reads the page headers as libcups does, skipping every page's lines, up
-// to one page past the limits or to a page over the size limits, whose
-// pixels are not read.
-bool withinLimits(const uint8_t* data, size_t size)
+// Reads the page headers of the raster file as libcups does, skipping every
+// page's lines, up to one page past the limits or to a page over the size
+// limits, whose pixels are not read.
+bool withinLimits(int fd)
 {
-    FuzzBytes stream(data, size);
-    const std::unique_ptr<cups_raster_t, void (*)(cups_raster_t*)> raster(
-        cupsRasterOpenIO(readMemory, &stream, CUPS_RASTER_READ), cupsRasterClose);
+    lseek(fd, 0, SEEK_SET);
+    const std::unique_ptr<cups_raster_t, void (*)(cups_raster_t*)> raster(cupsRasterOpen(fd, CUPS_RASTER_READ),
+                                                                          cupsRasterClose);
     cups_page_header2_t header;
     for (unsigned pages = 0; raster && cupsRasterReadHeader2(raster.get(), &header) != 0; ++pages) {
         if (pages == kMaxPages || !sizeWithinLimits(header)) {
@@ -170,13 +157,14 @@ public:
             throw std::runtime_error("cannot open /dev/null, an in-memory file or a directory like " + pattern);
         }
         scratch_ = pattern;
-        environment_.statusPollLimit = 0;
-        environment_.statusPollInterval = std::chrono::milliseconds(0);
-        environment_.captureDirectory = scratch_;
-        environment_.geometryLogPath = scratch_ / "geometry.log";
-        environment_.backChannelFd = -1;
-        environment_.sideChannelFd = -1;
-        environment_.output = output_;
+        // No status wait and no channels; the printer stream goes nowhere.
+        environment_ = {.statusPollLimit = 0,
+                        .statusPollInterval = std::chrono::milliseconds(0),
+                        .captureDirectory = scratch_,
+                        .geometryLogPath = scratch_ / "geometry.log",
+                        .backChannelFd = -1,
+                        .sideChannelFd = -1,
+                        .output = output_};
     }
     ~FilterFixture()
     {
@@ -187,14 +175,18 @@ public:
     FilterFixture(const FilterFixture&) = delete;
     FilterFixture& operator=(const FilterFixture&) = delete;
 
+    // Runs the job, if its raster is within the limits.
     void run(const std::string& ppd, const std::string& options, const uint8_t* raster, size_t size)
     {
         if (ftruncate(raster_, 0) != 0 || pwrite(raster_, raster, size, 0) != static_cast<ssize_t>(size)) {
             abort();
         }
+        if (!withinLimits(raster_)) {
+            return;
+        }
         setenv("PPD", ppd.c_str(), 1);
-        std::string args[] = {"rastertokorvoppli", "1", "fuzz", "job", "1", options,
-                              "/proc/self/fd/" + std::to_string(raster_)};
+        std::string args[] = {
+            "rastertokorvoppli", "1", "fuzz", "job", "1", options, "/proc/self/fd/" + std::to_string(raster_)};
         char* argv[std::size(args) + 1] = {};
         std::transform(std::begin(args), std::end(args), argv, [](std::string& arg) { return arg.data(); });
         runFilter(static_cast<int>(std::size(args)), argv, environment_);
@@ -222,9 +214,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzBytes bytes(data, kFilterJobBytes);
     const std::string ppd = std::string(KORVO_FUZZ_PPD_DIR "/") + kPpdFiles[bytes.choice(std::size(kPpdFiles))];
     const std::string options = decodeOptions(bytes);
-    if (!withinLimits(data + kFilterJobBytes, size - kFilterJobBytes)) {
-        return 0;
-    }
     static FilterFixture fixture;
     fixture.run(ppd, options, data + kFilterJobBytes, size - kFilterJobBytes);
     return 0;

@@ -70,11 +70,8 @@ TEST(Install, StagingRootHoldsEveryFileWithItsModeAndPassesCupstestppd)
     // Without relaxed filter checks: the filter must be in the staging root,
     // root-owned and not writable by others.
     std::string report;
-    std::string ppds;
-    for (const std::string& ppd : kPlaces[2].required) {
-        ppds += " " + root + KORVO_PPD_INSTALL_DIR + "/" + ppd;
-    }
-    EXPECT_EQ(runShell("cupstestppd -R " + root + ppds + " 2>&1", &report), 0) << report;
+    EXPECT_EQ(runShell("cupstestppd -R " + root + " " + root + KORVO_PPD_INSTALL_DIR "/*.ppd 2>&1", &report), 0)
+        << report;
     EXPECT_EQ(countOf(report, ": PASS\n"), 4u) << report;
 }
 

@@ -4,23 +4,130 @@
 // paper-out shows and clears, a job cancelled in the wait ends promptly, a
 // bad document ends its job only, ipptool's IPP Everywhere test passes for
 // every driver, and a CUPS queue made with -m everywhere prints.
+#include <arpa/inet.h>
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <future>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <thread>
 
-#include "AppServer.h"
-#include "Job.h"
-#include "PrivateCupsd.h"
+#include "FilterProcess.h"
+#include "IppServer.h"
 
 using namespace korvotest;
 
 namespace {
+
+constexpr uid_t kUnprivileged = 65534;  // nobody
+
+int freePort()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    close(fd);
+    return ntohs(address.sin_port);
+}
+
+// A directory the server may write to.
+void makeServerDirectory(const std::string& path)
+{
+    mkdir(path.c_str(), 0700);
+    if (geteuid() == 0 && chown(path.c_str(), kUnprivileged, kUnprivileged) != 0) {
+        throw std::runtime_error("cannot hand " + path + " to the server's user");
+    }
+}
+
+// In the child: the server in the foreground, its files in dir.
+void execServer(const std::string& dir, int port)
+{
+    if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(kUnprivileged) != 0 || setuid(kUnprivileged) != 0)) {
+        _exit(126);
+    }
+    prctl(PR_SET_PDEATHSIG, SIGTERM);  // again: the change of user clears it
+    for (const char* variable : {"HOME", "TMPDIR", "XDG_CONFIG_HOME"}) {
+        setenv(variable, dir.c_str(), 1);
+    }
+    const std::string log = dir + "/server.err";
+    freopen(log.c_str(), "w", stderr);
+    const std::string options[] = {"server-port=" + std::to_string(port), "listen-hostname=localhost",
+                                   "state-file=" + dir + "/state",        "spool-directory=" + dir + "/spool",
+                                   "log-file=" + dir + "/server.log",     "server-options=no-tls"};
+    execl(KORVO_PRINTER_APP, KORVO_PRINTER_APP, "server", "-o", options[0].c_str(), "-o", options[1].c_str(), "-o",
+          options[2].c_str(), "-o", options[3].c_str(), "-o", options[4].c_str(), "-o", options[5].c_str(), nullptr);
+}
+
+// korvo-printer-app's server for a test, on a free port of localhost, with
+// its state, spool and virtual printers in its directory, run as an
+// unprivileged user when the test runs as root (so that it keeps off the
+// system's socket and state).
+class AppServer : public IppServer {
+public:
+    AppServer() : IppServer("/ipp/print/")
+    {
+        const int port = freePort();
+        address_ = "localhost:" + std::to_string(port);
+        chmod(dir_.path().c_str(), 0755);
+        makeServerDirectory(dir_.file("home"));
+        start([this, port] { execServer(dir_.file("home"), port); }, dir_.file("home/server.err"));
+    }
+
+    std::string systemUri() const { return "ipp://" + address_ + "/ipp/system"; }
+    // The directory a virtual printer of that name keeps its jobs in.
+    std::string previews(const std::string& printer) const { return dir_.file("virtual-" + printer); }
+
+    // Adds a printer with the driver on a virtual device; the script is
+    // the device's status=... option, if any. True when it was added.
+    bool addPrinter(const std::string& printer, const std::string& driver, const std::string& script = "") const
+    {
+        makeServerDirectory(previews(printer));
+        const std::string device = "korvo-virtual://" + previews(printer) + (script.empty() ? "" : "?status=" + script);
+        return command("add", systemUri(), "-d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
+    }
+
+    // korvo-printer-app SUBCOMMAND -u URI ARGS: its exit status and output.
+    int command(const std::string& subcommand, const std::string& uri, const std::string& args,
+                std::string* output = nullptr) const
+    {
+        return runShell(std::string(KORVO_PRINTER_APP) + " " + subcommand + " -u '" + uri + "' " + args + " 2>&1",
+                        output);
+    }
+
+    // Submits a file with -o options; the job id, or 0.
+    int submit(const std::string& printer, const std::string& file, const std::string& options) const
+    {
+        std::string output;
+        return command("submit", printerUri(printer), options + " '" + file + "'", &output) == 0 ? atoi(output.c_str())
+                                                                                                 : 0;
+    }
+
+    // The stream the printer's n-th job (from 1) left.
+    std::vector<uint8_t> stream(const std::string& printer, int n) const
+    {
+        return readFile(previews(printer) + "/" + std::to_string(n) + "/stream.bin");
+    }
+
+    // The end of the server's log, for a failing test to show.
+    std::string logTail() const
+    {
+        const std::string log = readText(dir_.file("home/server.log"));
+        return log.substr(log.size() > 8000 ? log.size() - 8000 : 0);
+    }
+};
 
 struct Printer {
     const char* name;
@@ -64,20 +171,6 @@ const JobRow kJobRows[] = {
     {kDefaultsPrinter, "", "HalftoneType=Burkes AntiWrinkle=1 PostAction=Cut Occurrence=AfterJob"},
 };
 
-// The stream without its status queries.
-std::vector<uint8_t> withoutQueries(const std::vector<uint8_t>& stream)
-{
-    const korvostream::Stream parsed = korvostream::parseStream(stream);
-    std::vector<uint8_t> kept;
-    for (size_t i = 0; i < parsed.items.size(); ++i) {
-        const size_t end = i + 1 < parsed.items.size() ? parsed.items[i + 1].offset : stream.size();
-        if (!parsed.items[i].is(korvostream::Command::StatusQuery)) {
-            kept.insert(kept.end(), stream.begin() + parsed.items[i].offset, stream.begin() + end);
-        }
-    }
-    return kept;
-}
-
 // Sets a printer's defaults with Set-Printer-Attributes: ipptool's ATTR
 // lines for the printer-attributes group.
 bool setDefaults(const AppServer& server, const TempDir& dir, const std::string& printer, const std::string& attributes)
@@ -95,44 +188,27 @@ bool hasDots(const korvostream::Page& page)
     return std::any_of(page.packed.begin(), page.packed.end(), [](uint8_t byte) { return byte != 0; });
 }
 
-class PrinterApp : public ::testing::Test {
+std::string addPrinters(AppServer& server)
+{
+    if (!server.listening()) {
+        return "the server did not start";
+    }
+    for (const Printer& printer : kPrinters) {
+        if (!server.addPrinter(printer.name, printer.driver)) {
+            return std::string("adding ") + printer.name + " failed";
+        }
+    }
+    // PAPPL's own schemes stay beside the virtual one.
+    if (server.command("add", server.systemUri(), "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
+        return "adding a socket printer failed";
+    }
+    return "";
+}
+
+class PrinterApp : public ServerSuite<AppServer, addPrinters> {
 protected:
-    // A failure here would have Google Test skip the tests: it is kept for
-    // SetUp, which fails each test with it.
-    static void SetUpTestSuite()
-    {
-        server = std::make_unique<AppServer>();
-        problem = addPrinters();
-    }
-
-    static std::string addPrinters()
-    {
-        if (!server->listening()) {
-            return "the server did not start";
-        }
-        for (const Printer& printer : kPrinters) {
-            if (!server->addPrinter(printer.name, printer.driver)) {
-                return std::string("adding ") + printer.name + " failed";
-            }
-        }
-        // PAPPL's own schemes stay beside the virtual one.
-        if (server->command("add", server->systemUri(), "-d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
-            return "adding a socket printer failed";
-        }
-        return "";
-    }
-
-    void SetUp() override { ASSERT_EQ(problem, ""); }
-
-    static void TearDownTestSuite() { server.reset(); }
-
-    static std::unique_ptr<AppServer> server;
-    static std::string problem;
     TempDir dir;
 };
-
-std::unique_ptr<AppServer> PrinterApp::server;
-std::string PrinterApp::problem;
 
 TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
 {
@@ -141,55 +217,46 @@ TEST_F(PrinterApp, JobsPrintWhatTheFilterPrintsForTheSamePagesAndSettings)
                             "ATTR keyword korvo-halftone-type-default Burkes ATTR integer korvo-anti-wrinkle-default 1 "
                             "ATTR keyword label-mode-configured cutter-delayed"));
     std::map<std::string, int> jobsOf;
+    // The filter's printer answers as the virtual one: ready before a page,
+    // printed after it.
+    PrinterChannels channels([](int poll) { return PollAnswer{statusReply(poll % 2 ? 0x880000 : 0x800000)}; });
     for (const JobRow& row : kJobRows) {
         const Printer& printer = row.printer;
         const std::vector<RasterPage> pages = {grayPage(180, 120, printer.dpi, photoShade(1)),
                                                grayPage(96, 64, printer.dpi, randomShade(2))};
-        const FilterResult filter =
-            print(Job{.ppd = printer.ppd, .pages = pages, .options = "PostAction=TearOff " + std::string(row.ppd)});
+        const FilterResult filter = print(Job{.ppd = printer.ppd,
+                                              .model = "",
+                                              .pages = pages,
+                                              .options = "PostAction=TearOff " + std::string(row.ppd),
+                                              .run = {.printer = &channels}});
         ASSERT_EQ(filter.exitStatus, 0) << filter.err;
         writeRaster(dir.file("job.pwg"), pages, 1, CUPS_RASTER_WRITE_PWG);
         const int job = server->submit(printer.name, dir.file("job.pwg"), row.ipp);
         ASSERT_GT(job, 0) << row.ipp;
         ASSERT_EQ(server->waitForJob(printer.name, job, 30), IPP_JSTATE_COMPLETED) << row.ipp;
-        const std::vector<uint8_t> printed = server->stream(printer.name, ++jobsOf[printer.name]);
-        EXPECT_EQ(korvostream::summarise(korvostream::parseStream(printed)).size(),
-                  korvostream::summarise(korvostream::parseStream(filter.out)).size() + 4)
-            << row.ipp;  // two queries a page
-        EXPECT_TRUE(withoutQueries(printed) == filter.out) << printer.name << " " << row.ipp;
+        EXPECT_TRUE(server->stream(printer.name, ++jobsOf[printer.name]) == filter.out)
+            << printer.name << " " << row.ipp;
     }
 }
 
-TEST_F(PrinterApp, PngThroughIpptoolAndJpegThroughSubmitPrintAPage)
+// (The IPP Everywhere test below sends a PNG document through ipptool.)
+TEST_F(PrinterApp, PngAndJpegPrintAPage)
 {
     ASSERT_EQ(runShell("gs -q -dSAFER -sDEVICE=pnggray -r100 -g200x150 -o '" + dir.file("picture.png") +
                        "' -c '0.3 setgray 20 20 100 60 rectfill showpage' && gs -q -dSAFER -sDEVICE=jpeggray -r100 "
                        "-g200x150 -o '" +
                        dir.file("picture.jpg") + "' -c '0 setgray 10 10 50 50 rectfill showpage'"),
               0);
-    ASSERT_TRUE(server->addPrinter("png", "korvo_k5_300"));
-    ASSERT_TRUE(server->addPrinter("jpeg", "korvo_r27_203"));
-    std::string output;
-    EXPECT_EQ(
-        runShell("ipptool -t -f '" + dir.file("picture.png") + "' " + server->printerUri("png") + " print-job.test",
-                 &output),
-        0)
-        << output;
-    EXPECT_EQ(server->waitForJob("jpeg", server->submit("jpeg", dir.file("picture.jpg"), ""), 30),
-              IPP_JSTATE_COMPLETED);
-    EXPECT_EQ(server->waitForJob("png", 1, 30), IPP_JSTATE_COMPLETED);
-    for (const char* printer : {"png", "jpeg"}) {
-        const korvostream::Stream stream = korvostream::parseStream(server->stream(printer, 1));
-        EXPECT_TRUE(stream.errors.empty()) << printer;
+    for (const auto& [format, driver] : {std::pair{"png", "korvo_k5_300"}, {"jpg", "korvo_r27_203"}}) {
+        ASSERT_TRUE(server->addPrinter(format, driver));
+        const int job = server->submit(format, dir.file(std::string("picture.") + format), "");
+        EXPECT_EQ(server->waitForJob(format, job, 30), IPP_JSTATE_COMPLETED);
+        const korvostream::Stream stream = korvostream::parseStream(server->stream(format, 1));
+        EXPECT_TRUE(stream.errors.empty()) << format;
         const std::vector<korvostream::Page> pages = korvostream::collectPages(stream);
-        ASSERT_EQ(pages.size(), 1u) << printer;
-        EXPECT_TRUE(hasDots(pages[0])) << printer;
+        ASSERT_EQ(pages.size(), 1u) << format;
+        EXPECT_TRUE(hasDots(pages[0])) << format;
     }
-}
-
-bool hasReason(const std::vector<std::string>& reasons, const std::string& reason)
-{
-    return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
 }
 
 // PAPPL prints PWG raster while it arrives: the submit returns when the
@@ -201,23 +268,15 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
     writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 203, photoShade(3))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> job =
         std::async(std::launch::async, [&] { return server->submit("paperout", dir.file("job.pwg"), ""); });
-    bool seen = false;
-    for (int i = 0; i < 100 && !seen; ++i) {
-        seen = hasReason(server->printerReasons("paperout"), "media-empty");
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    EXPECT_TRUE(seen);
+    EXPECT_TRUE(server->hasReason("paperout", "media-empty", 5));
     EXPECT_EQ(server->waitForJob("paperout", job.get(), 30), IPP_JSTATE_COMPLETED);
-    EXPECT_FALSE(hasReason(server->printerReasons("paperout"), "media-empty"));
+    EXPECT_FALSE(server->hasReason("paperout", "media-empty"));
 
     writeRaster(dir.file("stencil.pwg"), {grayPage(64, 32, 300, photoShade(4))}, 1, CUPS_RASTER_WRITE_PWG);
     std::future<int> waiting =
         std::async(std::launch::async, [&] { return server->submit("stuck", dir.file("stencil.pwg"), ""); });
-    for (int i = 0; i < 100 && !hasReason(server->printerReasons("stuck"), "cover-open"); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    EXPECT_TRUE(hasReason(server->printerReasons("stuck"), "cover-open"));
-    EXPECT_EQ(server->jobText("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
+    EXPECT_TRUE(server->hasReason("stuck", "cover-open", 5));
+    EXPECT_EQ(server->jobAttribute("stuck", 1, "job-state-message"), "Waiting: the printer's cover is open.");
     const auto start = std::chrono::steady_clock::now();
     ASSERT_EQ(server->command("cancel", server->printerUri("stuck"), "-j 1"), 0);
     EXPECT_EQ(server->waitForJob("stuck", 1, 10), IPP_JSTATE_CANCELED);
@@ -234,8 +293,8 @@ TEST_F(PrinterApp, ABadDocumentEndsItsJobWithAReasonAndTheServerPrintsOn)
     writeFile(dir.file("broken.png"), std::string("\x89PNG\r\n\x1a\n", 8) + "not an image at all");
     runShell("ipptool -t -f '" + dir.file("broken.png") + "' " + server->printerUri("broken") + " print-job.test");
     EXPECT_EQ(server->waitForJob("broken", 1, 30), IPP_JSTATE_ABORTED);
-    EXPECT_EQ(server->jobText("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
-        << server->jobText("broken", 1, "job-state-message");
+    EXPECT_EQ(server->jobAttribute("broken", 1, "job-state-message").rfind("The PNG document cannot be read: ", 0), 0u)
+        << server->jobAttribute("broken", 1, "job-state-message");
     writeRaster(dir.file("job.pwg"), {grayPage(64, 32, 300, photoShade(5))}, 1, CUPS_RASTER_WRITE_PWG);
     EXPECT_EQ(server->waitForJob("broken", server->submit("broken", dir.file("job.pwg"), ""), 30),
               IPP_JSTATE_COMPLETED);

@@ -11,66 +11,34 @@
 #include <future>
 #include <thread>
 
-#include "Job.h"
-#include "PrinterChannels.h"
+#include "FilterProcess.h"
 
 using namespace korvotest;
 using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Reads a pipe one byte at a time until its writer is gone.
-std::vector<uint8_t> readSlowly(int fd)
+// Prints the job to a printer that reads its pipe one byte at a time: the
+// result, with the stream the printer received.
+FilterResult printToSlowPrinter(Job job)
 {
-    std::vector<uint8_t> bytes;
-    uint8_t byte;
-    while (read(fd, &byte, 1) == 1) {
-        bytes.push_back(byte);
-    }
-    close(fd);
-    return bytes;
+    int fds[2];
+    EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    auto received = std::async(std::launch::async, [reader = fds[0]] {
+        std::vector<uint8_t> bytes;
+        uint8_t byte;
+        while (read(reader, &byte, 1) == 1) {
+            bytes.push_back(byte);
+        }
+        close(reader);
+        return bytes;
+    });
+    job.run.stdoutFd = fds[1];
+    FilterResult result = print(job);
+    close(fds[1]);  // the reader ends with the last writer
+    result.out = received.get();
+    return result;
 }
-
-struct Pipe {
-    int fds[2] = {-1, -1};
-    Pipe() { EXPECT_EQ(pipe2(fds, O_CLOEXEC), 0); }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-    ~Pipe()
-    {
-        for (int fd : fds) {
-            if (fd >= 0) {
-                close(fd);
-            }
-        }
-    }
-    int take(int end)
-    {
-        const int fd = fds[end];
-        fds[end] = -1;
-        return fd;
-    }
-};
-
-// Sends SIGTERM once the filter's messages hold the text, and measures how
-// long the filter takes to end after that.
-struct Cancel {
-    std::string after;
-    Clock::duration taken{};
-
-    void operator()(int pid, const std::string& messages)
-    {
-        while (countOf(readText(messages), after) == 0 && !hasExited(pid)) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        const auto sent = Clock::now();
-        kill(pid, SIGTERM);
-        while (!hasExited(pid)) {
-            std::this_thread::sleep_for(std::chrono::microseconds(200));
-        }
-        taken = Clock::now() - sent;
-    }
-};
 
 // SIGTERM while the filter waits for raster data, writes a page to a
 // printer that takes one byte at a time, halftones a large stencil page, or
@@ -78,18 +46,19 @@ struct Cancel {
 // printer has received whole packets only, and no job end.
 TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
 {
-    TempDir dir;
     const RasterPage photo = grayPage(2480, 3508, 300, photoShade(5));
-    writeRaster(dir.file("first.ras"), {uniformPage(64, 8, 203, 9)});
+    // The first page, then nothing more: the filter waits for the rest.
+    int input[2];
+    ASSERT_EQ(pipe2(input, O_CLOEXEC), 0);
+    writeRaster("/proc/self/fd/" + std::to_string(input[1]), {uniformPage(64, 8, 203, 9)});
     PrinterChannels paperOut([](int) { return PollAnswer{statusReply(0x80000)}; });
     struct Case {
         const char* moment;
         Job job;
         std::string after;
-        bool rasterOnPipe = false;
     };
     Case cases[] = {
-        {"reading", {.rasterOnStdin = true}, "PAGE: 1 1", true},
+        {"reading", {.rasterOnStdin = true, .run = {.stdinFd = input[0]}}, "PAGE: 1 1"},
         {"writing to a printer that reads slowly",
          {.pages = {photo, photo}, .options = "HalftoneType=None"},
          "doPrintImage: Converted image size"},
@@ -101,29 +70,30 @@ TEST(Robustness, CancelEndsTheJobPromptlyAtAnyMoment)
          "INFO: Paper out."},
     };
     for (Case& c : cases) {
-        Pipe input;
-        Pipe output;
-        if (c.rasterOnPipe) {
-            // The first page, then nothing more: the filter waits for the rest.
-            const std::vector<uint8_t> first = readFile(dir.file("first.ras"));
-            ASSERT_EQ(write(input.fds[1], first.data(), first.size()), ssize_t(first.size()));
-            c.job.run.stdinFd = input.fds[0];
-        }
-        Cancel cancel{c.after};
-        c.job.run.whileRunning = std::ref(cancel);
-        c.job.run.stdoutFd = output.fds[1];
-        auto received = std::async(std::launch::async, readSlowly, output.take(0));
-        const FilterResult result = print(c.job);
-        close(output.take(1));  // the reader ends with the last writer
-        FilterResult stream;
-        stream.out = received.get();
+        // SIGTERM once the filter's messages hold the text, and how long the
+        // filter takes to end after that.
+        Clock::duration taken{};
+        c.job.run.whileRunning = [&](int pid, const std::string& messages) {
+            while (countOf(readText(messages), c.after) == 0 && !hasExited(pid)) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            const auto sent = Clock::now();
+            kill(pid, SIGTERM);
+            while (!hasExited(pid)) {
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
+            }
+            taken = Clock::now() - sent;
+        };
+        const FilterResult result = printToSlowPrinter(c.job);
         EXPECT_EQ(result.exitStatus, 1) << c.moment;
-        EXPECT_LT(cancel.taken, std::chrono::milliseconds(100)) << c.moment;
-        EXPECT_EQ(stream.words().find("ERROR@"), std::string::npos) << c.moment << ": " << stream.words();
-        const std::string words = stream.words();
+        EXPECT_LT(taken, std::chrono::milliseconds(100)) << c.moment;
+        const std::string words = result.words();
+        EXPECT_EQ(words.find("ERROR@"), std::string::npos) << c.moment << ": " << words;
         EXPECT_FALSE(words.ends_with("ROWS PC1 PC0 PC1") || words.ends_with("QUERY PC0 PC1"))
             << c.moment << ": " << words;
     }
+    close(input[0]);
+    close(input[1]);
 }
 
 // Raster read from standard input and a printer pipe read one byte at a
@@ -134,13 +104,10 @@ TEST(Robustness, SlowPipeGetsTheWholeStream)
             .options = "Occurrence=EveryPage PostAction=Cut HalftoneType=Stucki"};
     const FilterResult direct = print(job);
     EXPECT_EQ(direct.pages().size(), 2u);
-    Pipe output;
     job.rasterOnStdin = true;
-    job.run.stdoutFd = output.fds[1];
-    auto received = std::async(std::launch::async, readSlowly, output.take(0));
-    EXPECT_EQ(print(job).exitStatus, 0);
-    close(output.take(1));
-    EXPECT_EQ(received.get(), direct.out);
+    const FilterResult slow = printToSlowPrinter(job);
+    EXPECT_EQ(slow.exitStatus, 0);
+    EXPECT_EQ(slow.out, direct.out);
 }
 
 // A header that promises a page of 65536 x 65535 dots without its pixels
@@ -153,8 +120,7 @@ TEST(Robustness, MemoryFollowsTheDataThatArrives)
 #endif
 #endif
     RasterPage promise = uniformPage(1, 1, 300, 0);
-    promise.header.cupsWidth = 65536;
-    promise.header.cupsBytesPerLine = 65536;
+    promise.header.cupsWidth = promise.header.cupsBytesPerLine = 65536;
     promise.header.cupsHeight = 65535;
     promise.pixels.clear();
     const FilterResult empty = print({.pages = {promise}});

@@ -2,14 +2,18 @@
 #include "FilterProcess.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -18,7 +22,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "PrinterChannels.h"
+#include "common/KorvoString.h"
 
 namespace korvotest {
 
@@ -28,6 +32,20 @@ namespace {
 // hold /dev/null, so that only the environment can lead it to them.
 constexpr int kTestBackChannelFd = 5;
 constexpr int kTestSideChannelFd = 6;
+
+// The side channel's drain request and its answer's status.
+constexpr uint8_t kDrainCommand = 2;
+constexpr uint8_t kStatusOk = 1;
+
+// A cheap, well-mixed hash of the seed and the position.
+uint32_t mix(uint32_t seed, unsigned x, unsigned y)
+{
+    uint64_t z = (static_cast<uint64_t>(seed) << 40) ^ (static_cast<uint64_t>(y) << 20) ^ x;
+    z += 0x9E3779B97F4A7C15ull;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    return static_cast<uint32_t>(z ^ (z >> 31));
+}
 
 std::vector<std::string> arguments(const FilterRun& run, const std::string& captureDir, const std::string& logPath)
 {
@@ -108,7 +126,8 @@ void placeChannels(const FilterRun& run)
     } else {
         setenv("PPD", run.ppd.c_str(), 1);
     }
-    const std::string binary = run.shipped ? shippedFilter() : (run.program.empty() ? testFilter() : run.program);
+    const std::string binary =
+        run.shipped ? KORVO_FILTER_BIN : (run.program.empty() ? KORVO_TEST_FILTER_BIN : run.program);
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(binary.c_str()));
     for (const std::string& arg : args) {
@@ -121,42 +140,17 @@ void placeChannels(const FilterRun& run)
 
 }  // namespace
 
-bool FilterResult::errHasLine(const std::string& line) const
-{
-    return ("\n" + err).find("\n" + line + "\n") != std::string::npos;
-}
-
-size_t FilterResult::errCount(const std::string& text) const
-{
-    return countOf(err, text);
-}
-
-// The summary's words, framing errors as "ERROR@<offset>", without the print
-// areas and rows when `control` is set.
-static std::string wordsOf(const std::vector<uint8_t>& out, bool control)
-{
-    const korvostream::Stream stream = korvostream::parseStream(out);
-    std::vector<std::string> words = korvostream::summarise(stream);
-    for (const korvostream::FramingError& error : stream.errors) {
-        words.push_back("ERROR@" + std::to_string(error.offset));
-    }
-    std::string text;
-    for (const std::string& word : words) {
-        if (!control || (word != "AREA" && word != "ROWS")) {
-            text += (text.empty() ? "" : " ") + word;
-        }
-    }
-    return text;
-}
-
 std::string FilterResult::words() const
 {
-    return wordsOf(out, false);
-}
-
-std::string FilterResult::controlWords() const
-{
-    return wordsOf(out, true);
+    const korvostream::Stream stream = korvostream::parseStream(out);
+    std::string text;
+    for (const std::string& word : korvostream::summarise(stream)) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    for (const korvostream::FramingError& error : stream.errors) {
+        text += (text.empty() ? "" : " ") + ("ERROR@" + std::to_string(error.offset));
+    }
+    return text;
 }
 
 std::vector<korvostream::Page> FilterResult::pages() const
@@ -239,6 +233,23 @@ FilterResult finish(const Started& started)
     return result;
 }
 
+// The job's PPD and raster written into dir, and the run that prints them.
+FilterRun prepare(const Job& job, const TempDir& dir)
+{
+    writeRaster(dir.file("job.ras"), job.pages, job.times);
+    FilterRun run = job.run;
+    if (!job.ppd.empty()) {
+        run.ppd = job.model.empty() ? builtPpd(job.ppd) : ppdWithModel(dir, job.ppd, job.model);
+    }
+    run.options = job.options;
+    if (job.rasterOnStdin) {
+        run.stdinFile = dir.file("job.ras");
+    } else {
+        run.rasterFile = dir.file("job.ras");
+    }
+    return run;
+}
+
 }  // namespace
 
 FilterResult runFilter(const FilterRun& run)
@@ -255,29 +266,6 @@ FilterResult runFilter(const FilterRun& run)
         beside.join();
     }
     return finish(started);
-}
-
-std::vector<FilterResult> runFiltersTogether(const std::vector<FilterRun>& runs)
-{
-    std::vector<Started> started;
-    for (const FilterRun& run : runs) {
-        started.push_back(start(run));
-    }
-    std::vector<FilterResult> results;
-    for (const Started& one : started) {
-        results.push_back(finish(one));
-    }
-    return results;
-}
-
-std::string shippedFilter()
-{
-    return KORVO_FILTER_BIN;
-}
-
-std::string testFilter()
-{
-    return KORVO_TEST_FILTER_BIN;
 }
 
 std::string builtPpd(const std::string& fileName)
@@ -337,6 +325,153 @@ void writeFile(const std::string& path, const std::string& text)
 {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << text;
+}
+
+std::vector<uint8_t> statusReply(uint64_t status, size_t size)
+{
+    std::vector<uint8_t> reply = {0x64, 0xFF, 0, 0, 0};
+    for (int i = 0; i < 8; ++i) {
+        reply.push_back(static_cast<uint8_t>(status >> (8 * i)));
+    }
+    reply.resize(size, 0);
+    return reply;
+}
+
+PrinterChannels::PrinterChannels(std::function<PollAnswer(int poll)> answerFor) : answerFor_(std::move(answerFor))
+{
+    if (pipe(pipe_) != 0 || socketpair(AF_UNIX, SOCK_STREAM, 0, socket_) != 0) {
+        throw std::runtime_error("cannot create the printer channels");
+    }
+    fcntl(pipe_[0], F_SETFL, fcntl(pipe_[0], F_GETFL) | O_NONBLOCK);
+    fcntl(socket_[1], F_SETFL, fcntl(socket_[1], F_GETFL) | O_NONBLOCK);
+}
+
+PrinterChannels::~PrinterChannels()
+{
+    for (int fd : {pipe_[0], pipe_[1], socket_[0], socket_[1]}) {
+        close(fd);
+    }
+}
+
+void PrinterChannels::serve(int pid)
+{
+    while (!hasExited(pid)) {
+        pollfd pfd{socket_[0], POLLIN, 0};
+        if (poll(&pfd, 1, 20) != 1) {
+            continue;
+        }
+        uint8_t request[4];
+        if (read(socket_[0], request, sizeof(request)) != static_cast<ssize_t>(sizeof(request)) ||
+            request[0] != kDrainCommand) {
+            continue;
+        }
+        const PollAnswer answer = answerFor_(polls_++);
+        if (answer.late) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+        }
+        if (!answer.reply.empty() && write(pipe_[1], answer.reply.data(), answer.reply.size()) < 0) {
+            throw std::runtime_error("back channel write failed");
+        }
+        const uint8_t ok[4] = {kDrainCommand, kStatusOk, 0, 0};
+        if (write(socket_[0], ok, sizeof(ok)) != static_cast<ssize_t>(sizeof(ok))) {
+            throw std::runtime_error("side channel write failed");
+        }
+    }
+}
+
+RasterPage grayPage(unsigned width, unsigned height, unsigned dpi, const Shade& shade, const std::string& sizeName)
+{
+    RasterPage page;
+    cups_page_header2_t& header = page.header;
+    memset(&header, 0, sizeof(header));
+    header.HWResolution[0] = header.HWResolution[1] = dpi;
+    header.PageSize[0] = width * 72 / dpi;
+    header.PageSize[1] = height * 72 / dpi;
+    header.NumCopies = 1;
+    header.cupsWidth = header.cupsBytesPerLine = width;
+    header.cupsHeight = height;
+    header.cupsBitsPerColor = header.cupsBitsPerPixel = 8;
+    header.cupsColorOrder = CUPS_ORDER_CHUNKED;
+    header.cupsColorSpace = CUPS_CSPACE_K;
+    header.cupsNumColors = 1;
+    korvoStrCpy(header.cupsPageSizeName, sizeName.c_str(), sizeof(header.cupsPageSizeName));
+    page.pixels.resize(static_cast<size_t>(width) * height);
+    for (unsigned y = 0; y < height; ++y) {
+        for (unsigned x = 0; x < width; ++x) {
+            page.pixels[static_cast<size_t>(y) * width + x] = shade(x, y);
+        }
+    }
+    return page;
+}
+
+RasterPage uniformPage(unsigned width, unsigned height, unsigned dpi, uint8_t level)
+{
+    return grayPage(width, height, dpi, [level](unsigned, unsigned) { return level; });
+}
+
+Shade randomShade(uint32_t seed)
+{
+    return [seed](unsigned x, unsigned y) { return static_cast<uint8_t>(mix(seed, x, y)); };
+}
+
+Shade photoShade(uint32_t seed)
+{
+    return [seed](unsigned x, unsigned y) {
+        const int cx = int(x) - 20;
+        const int cy = int(y) - 12;
+        int v = int((x * 7 + y * 3) % 256);
+        if (cx * cx + cy * cy < 150) {
+            v = 230;
+        }
+        v += int(mix(seed, x, y) % 31) - 15;
+        return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
+    };
+}
+
+void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, int times, cups_mode_t mode)
+{
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (fd < 0) {
+        throw std::runtime_error("cannot create " + path);
+    }
+    cups_raster_t* raster = cupsRasterOpen(fd, mode);
+    for (int time = 0; time < times; ++time) {
+        for (const RasterPage& page : pages) {
+            cups_page_header2_t header = page.header;
+            const pwg_media_t* media = pwgMediaForLegacy(header.cupsPageSizeName);
+            if (mode == CUPS_RASTER_WRITE_PWG && media != nullptr) {
+                korvoStrCpy(header.cupsPageSizeName, media->pwg, sizeof(header.cupsPageSizeName));
+            }
+            cupsRasterWriteHeader2(raster, &header);
+            if (!page.pixels.empty()) {
+                cupsRasterWritePixels(raster, const_cast<unsigned char*>(page.pixels.data()),
+                                      static_cast<unsigned>(page.pixels.size()));
+            }
+        }
+    }
+    cupsRasterClose(raster);
+    close(fd);
+}
+
+FilterResult print(const Job& job)
+{
+    const TempDir dir;
+    return runFilter(prepare(job, dir));
+}
+
+std::vector<FilterResult> printTogether(const std::vector<Job>& jobs)
+{
+    std::vector<std::unique_ptr<TempDir>> dirs;
+    std::vector<Started> started;
+    for (const Job& job : jobs) {
+        dirs.push_back(std::make_unique<TempDir>());
+        started.push_back(start(prepare(job, *dirs.back())));
+    }
+    std::vector<FilterResult> results;
+    for (const Started& one : started) {
+        results.push_back(finish(one));
+    }
+    return results;
 }
 
 }  // namespace korvotest

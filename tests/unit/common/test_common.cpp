@@ -6,8 +6,6 @@
 #include "common/KorvoPpd.h"
 #include "common/KorvoString.h"
 
-#include "CaptureStderr.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -34,13 +32,13 @@ TEST(Common, InterfaceOutsideTheFilter)
     EXPECT_STREQ(dst, "0123456");
     EXPECT_EQ(dst[8], 'Z');
 
-    const std::string out = captureStderr([] {
-        for (int level = 0; level <= 5; ++level) {
-            korvoLogCommon(level, "L%d", level);
-        }
-        korvoLogCommon(0, "PAGE: %d\n", 1);
-    });
-    EXPECT_EQ(out, "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
+    testing::internal::CaptureStderr();
+    for (int level = 0; level <= 5; ++level) {
+        korvoLogCommon(level, "L%d", level);
+    }
+    korvoLogCommon(0, "PAGE: %d\n", 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
 
     static const char text[] = "*PPD-Adobe: \"4.3\"\n"
                                "*OpenUI *GapsHeight/Gap: PickOne\n"

@@ -101,7 +101,7 @@ TEST(HalvTattoo, WorkedExamples)
 // The gamma curve at every split the threshold can give, the diffusion at
 // the extreme thresholds, then both entry points on a photo, which they
 // leave alone. (The pages the unguarded rules never finish go through the
-// filter: TattooPages in tests/process/test_printed_pages.cpp.)
+// filter: TattooPages in tests/process/test_printer_stream.cpp.)
 TEST(HalvTattoo, StagesAndEntryPointsAsTheModel)
 {
     const ref::Plane page = photo(301, 233, 777);

@@ -14,29 +14,6 @@
 
 using Bytes = std::vector<uint8_t>;
 
-namespace {
-
-// A FILE* writing into memory.
-struct MemStream {
-    char* buf = nullptr;
-    size_t len = 0;
-    FILE* file = open_memstream(&buf, &len);
-
-    ~MemStream()
-    {
-        fclose(file);
-        free(buf);
-    }
-
-    Bytes bytes()
-    {
-        fflush(file);
-        return Bytes(buf, buf + len);
-    }
-};
-
-}  // namespace
-
 // Setters, several output streams and feeds out of range.
 TEST(Printer, InterfaceOutsideTheFilter)
 {
@@ -62,9 +39,11 @@ TEST(Printer, InterfaceOutsideTheFilter)
         EXPECT_EQ(printer.getPrintSpeed(), speed) << text;
     }
 
-    MemStream first;
-    MemStream second;
-    printer.getOutputStreams().assign({first.file, second.file});
+    char* buffers[2] = {};
+    size_t sizes[2] = {};
+    FILE* first = open_memstream(&buffers[0], &sizes[0]);
+    FILE* second = open_memstream(&buffers[1], &sizes[1]);
+    printer.getOutputStreams().assign({first, second});
     const unsigned char block[] = {0x64, 0x00, 0x9B};
     printer.printBytes(block, sizeof(block));
     printer.printByte(0xFE);
@@ -75,8 +54,12 @@ TEST(Printer, InterfaceOutsideTheFilter)
     printer.FeedPaper(3, 0);
     EXPECT_EQ(bNeedGoBack, 1);
     bNeedGoBack = 0;
-    const Bytes bytes = first.bytes();
-    EXPECT_EQ(second.bytes(), bytes);
+    fclose(first);
+    fclose(second);
+    const Bytes bytes(buffers[0], buffers[0] + sizes[0]);
+    EXPECT_EQ(Bytes(buffers[1], buffers[1] + sizes[1]), bytes);
+    free(buffers[0]);
+    free(buffers[1]);
     ASSERT_EQ(bytes.size(), 4 + 4 * 13u);
     EXPECT_EQ(Bytes(bytes.begin(), bytes.begin() + 4), (Bytes{0x64, 0x00, 0x9B, 0xFE}));
     // A feed packet carries the mode, then the lines low byte first, from its byte 5.
