@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the filter tells the spooler on standard error: usage and failures,
 // the page loop, the printer's status from the back channel, the job
-// settings, and the page header and pipeline logs.
+// settings and the page header.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -87,10 +87,6 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
     // nothing is printed for it, the job ends normally.
     RasterPage unreadable = uniformPage(32, 10, 203, 0);
     unreadable.pixels.resize(96);
-    // The pipeline's log shows a padded page's bytes per line.
-    RasterPage padded = grayPage(13, 3, 203, randomShade(4));
-    padded.header.cupsBytesPerLine = 16;
-    padded.pixels.resize(16 * 3, 0);
     const std::vector<RasterPage> longJob(40, grayPage(600, 400, 203, photoShade(1)));
     int broken[2];
     ASSERT_EQ(pipe2(broken, O_CLOEXEC), 0);
@@ -162,14 +158,6 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
                                           h.cupsHeight = 65537;
                                       })}},
          .lines = {"WARNING: The raster data of page 2 ends early; the page is not printed.\n"}},
-        {.what = "24 bits per pixel",
-         .job = {.pages = {page(12, 4,
-                                [](auto& h) {
-                                    h.cupsWidth = 4;
-                                    h.cupsBitsPerPixel = 24;
-                                })}},
-         .statusAndPages = {1, 0},
-         .lines = {"ERROR:Unsupported bits per pixel : 24"}},
         {.what = "resolutions 0, 1 and 65535, compression, colour fields outside their enumerations",
          .job = {.ppd = "korvk5.ppd",
                  .pages = {page(8, 2,
@@ -212,21 +200,6 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
          .lines = {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
                    "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\nDEBUG:header.HWResolution[1]:300\n"
                    "DEBUG:header.cupsWidth:24\nDEBUG:header.cupsHeight:5\n"}},
-        // The values of the processed-image line after "width:" and "bytes
-        // per line:" are the other way round.
-        {.what = "the pipeline's sizes",
-         .job = {.pages = {padded}, .options = "NegativeImage=True"},
-         .lines = {"DEBUG:printImage: Start processing image, input width: 13, height: 3, bytes per line: 16",
-                   "DEBUG:printImage: Memory allocated successfully, size: 48 bytes",
-                   "DEBUG:printImage: Memory for processing result allocated successfully, size: 48 bytes",
-                   "DEBUG:PageProcess: Successfully created DibImage from array with stride 16",
-                   "DEBUG:PageProcess: negativePrint_ 1",
-                   "DEBUG:PageProcess: Filled the output buffer with processed pixels, length: 48",
-                   ", width: 16, height: 3, bytes per line: 13, number of top blank lines: 0",
-                   "DEBUG:doPrintImage: Input image size - width: 13, height: 3",
-                   "DEBUG:GrayToMono, bpl(16), h(3), skipPixels(0), wb(16)",
-                   "DEBUG:doPrintImage: Converted image size in bytes: 6",
-                   "DEBUG:SendImage sizel(13, 3), wBytes(2), blocks(0)"}},
         {.what = "captures that cannot be written",
          .job = {.pages = {good}, .run = {.captureDir = "/nonexistent"}},
          .lines = {"KorvoPrinter::saveImage: unable to open the file /nonexistent/",

@@ -17,7 +17,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <regex>
 #include <stdexcept>
 #include <thread>
@@ -190,82 +189,41 @@ size_t countOf(const std::string& haystack, const std::string& text)
     return count;
 }
 
-namespace {
-
-// A filter process that has been started, with the directory of its
-// output files.
-struct Started {
-    pid_t pid = -1;
-    std::unique_ptr<TempDir> io;
-    std::string geometryLog;
-};
-
-Started start(const FilterRun& run)
-{
-    Started started{-1, std::make_unique<TempDir>(), ""};
-    const TempDir& io = *started.io;
-    const std::string captureDir = run.captureDir.empty() ? io.file("captures") : run.captureDir;
-    mkdir(io.file("captures").c_str(), 0700);
-    started.geometryLog = run.geometryLog.empty() ? io.file("geometry.log") : run.geometryLog;
-    const std::vector<std::string> args = arguments(run, captureDir, started.geometryLog);
-    fflush(nullptr);
-    started.pid = fork();
-    if (started.pid < 0) {
-        throw std::runtime_error("fork failed");
-    }
-    if (started.pid == 0) {
-        execFilter(run, args, io.file("stdout"), io.file("stderr"));
-    }
-    return started;
-}
-
-FilterResult finish(const Started& started)
-{
-    int status = 0;
-    rusage usage{};
-    wait4(started.pid, &status, 0, &usage);
-    FilterResult result;
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.maxResidentKb = usage.ru_maxrss;
-    result.out = readFile(started.io->file("stdout"));
-    result.err = readText(started.io->file("stderr"));
-    result.geometryLog = readText(started.geometryLog);
-    return result;
-}
-
-// The job's PPD and raster written into dir, and the run that prints them.
-FilterRun prepare(const Job& job, const TempDir& dir)
-{
-    writeRaster(dir.file("job.ras"), job.pages, job.times);
-    FilterRun run = job.run;
-    if (!job.ppd.empty()) {
-        run.ppd = job.model.empty() ? builtPpd(job.ppd) : ppdWithModel(dir, job.ppd, job.model);
-    }
-    run.options = job.options;
-    if (job.rasterOnStdin) {
-        run.stdinFile = dir.file("job.ras");
-    } else {
-        run.rasterFile = dir.file("job.ras");
-    }
-    return run;
-}
-
-}  // namespace
-
 FilterResult runFilter(const FilterRun& run)
 {
-    const Started started = start(run);
+    const TempDir io;
+    const std::string captureDir = run.captureDir.empty() ? io.file("captures") : run.captureDir;
+    mkdir(io.file("captures").c_str(), 0700);
+    const std::string geometryLog = run.geometryLog.empty() ? io.file("geometry.log") : run.geometryLog;
+    const std::vector<std::string> args = arguments(run, captureDir, geometryLog);
+    fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid < 0) {
+        throw std::runtime_error("fork failed");
+    }
+    if (pid == 0) {
+        execFilter(run, args, io.file("stdout"), io.file("stderr"));
+    }
     std::thread beside;
     if (run.whileRunning) {
-        beside = std::thread(run.whileRunning, started.pid, started.io->file("stderr"));
+        beside = std::thread(run.whileRunning, pid, io.file("stderr"));
     }
     if (run.printer != nullptr) {
-        run.printer->serve(started.pid);
+        run.printer->serve(pid);
     }
     if (beside.joinable()) {
         beside.join();
     }
-    return finish(started);
+    int status = 0;
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    FilterResult result;
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.maxResidentKb = usage.ru_maxrss;
+    result.out = readFile(io.file("stdout"));
+    result.err = readText(io.file("stderr"));
+    result.geometryLog = readText(geometryLog);
+    return result;
 }
 
 std::string builtPpd(const std::string& fileName)
@@ -456,22 +414,14 @@ void writeRaster(const std::string& path, const std::vector<RasterPage>& pages, 
 FilterResult print(const Job& job)
 {
     const TempDir dir;
-    return runFilter(prepare(job, dir));
-}
-
-std::vector<FilterResult> printTogether(const std::vector<Job>& jobs)
-{
-    std::vector<std::unique_ptr<TempDir>> dirs;
-    std::vector<Started> started;
-    for (const Job& job : jobs) {
-        dirs.push_back(std::make_unique<TempDir>());
-        started.push_back(start(prepare(job, *dirs.back())));
+    writeRaster(dir.file("job.ras"), job.pages, job.times);
+    FilterRun run = job.run;
+    if (!job.ppd.empty()) {
+        run.ppd = job.model.empty() ? builtPpd(job.ppd) : ppdWithModel(dir, job.ppd, job.model);
     }
-    std::vector<FilterResult> results;
-    for (const Started& one : started) {
-        results.push_back(finish(one));
-    }
-    return results;
+    run.options = job.options;
+    (job.rasterOnStdin ? run.stdinFile : run.rasterFile) = dir.file("job.ras");
+    return runFilter(run);
 }
 
 }  // namespace korvotest

@@ -174,9 +174,5 @@ struct Job {
 // Writes the job's PPD and raster into a temporary directory and runs the
 // filter on them.
 FilterResult print(const Job& job);
-// The jobs printed at the same time, each by a filter process of its own
-// started one after the other from the calling thread; the runs answer no
-// status wait and have nothing running beside them.
-std::vector<FilterResult> printTogether(const std::vector<Job>& jobs);
 
 }  // namespace korvotest

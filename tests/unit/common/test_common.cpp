@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Halftone names, text helpers, log levels and PPD lookups the filter never
-// reaches, in one grouped test.
+// Halftone names, text helpers and PPD lookups the filter never reaches, in
+// one grouped test.
 #include "common/DitherType.h"
-#include "common/KorvoLog.h"
 #include "common/KorvoPpd.h"
 #include "common/KorvoString.h"
 
@@ -31,14 +30,6 @@ TEST(Common, InterfaceOutsideTheFilter)
     EXPECT_EQ(korvoStrCpy(dst, "0123456789", 8), dst);
     EXPECT_STREQ(dst, "0123456");
     EXPECT_EQ(dst[8], 'Z');
-
-    testing::internal::CaptureStderr();
-    for (int level = 0; level <= 5; ++level) {
-        korvoLogCommon(level, "L%d", level);
-    }
-    korvoLogCommon(0, "PAGE: %d\n", 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "DEBUG:L0\nDEBUG:L1\nWARN:L2\nERROR:L3\nCRIT:L4\nINVALID:L5\nDEBUG:PAGE: 1\n\n");
 
     static const char text[] = "*PPD-Adobe: \"4.3\"\n"
                                "*OpenUI *GapsHeight/Gap: PickOne\n"
