@@ -1,79 +1,56 @@
 // SPDX-License-Identifier: Apache-2.0
-// fuzz_filter: whole jobs through runFilter, in process. An input's first
-// kFilterJobBytes bytes pick one of the four built PPDs and, option by
-// option, one of the option's choices or none (the PPD's default); the raster
-// stream follows, which the filter reads as its file argument from an
-// in-memory file.
+// fuzz_filter: whole jobs through runFilter, in process. Byte 0 picks one of
+// the built PPDs, bytes 1..15 each one of an option's values or none (the
+// PPD's default); the rest is the raster stream.
 //
-// The limits (README.md) keep every job well under a second and a few
-// hundred MB: at most kMaxPages pages, each at most kMaxPageSide pixels and
-// bytes a line. Every page libcups reads counts, also those after a page the
-// filter stops at: the limits do not depend on the filter's own checks.
-//
-// Besides the sanitizers, one property is checked: a page capture (a BMP
-// file) is never more than kMaxCaptureSide pixels on a side. The largest
-// anti-wrinkle canvas at 300 dpi is 2598 x 3272 dots (Letter width, A4
-// height, 5 mm side lines), so a larger capture is an image the filter made
-// far larger than the page and its frame.
+// Jobs over kMaxPages pages, or with a page over kMaxPageSide pixels or bytes
+// a line, are skipped (whatever the filter would do with them), to keep each
+// well under a second. A page capture over kMaxCaptureSide on a side aborts:
+// the largest anti-wrinkle canvas at 300 dpi is 2598 x 3272 dots.
 #include <cups/raster.h>
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Filter.h"
-#include "FuzzBytes.h"
 
 namespace {
 
-constexpr size_t kFilterJobBytes = 16;
+constexpr size_t kJobBytes = 16;
 constexpr unsigned kMaxPages = 4;
 constexpr unsigned kMaxPageSide = 1024;
 constexpr uint32_t kMaxCaptureSide = 4096;
 
 const char* const kPpdFiles[] = {"korvr27.ppd", "korv315.ppd", "korvk5.ppd", "korvq6.ppd"};
 
-struct Option {
-    std::string name;
-    std::vector<std::string> values;
-};
-
-std::vector<std::string> steps(int from, int to, int step)
-{
-    std::vector<std::string> values;
-    for (int v = from; v <= to; v += step) {
-        values.push_back(std::to_string(v));
-    }
-    return values;
-}
-
-// Every option the PPDs offer, in the order of the selector bytes. Two custom
-// page sizes stand for the label PPDs' custom size: a usable one and one
-// below the filter's 1 mm minimum.
-const Option kOptions[] = {
+// In the order of bytes 1..15. The custom sizes: a usable one and one below
+// the filter's 1 mm minimum.
+const std::pair<std::string, std::vector<std::string>> kOptions[] = {
     {"HalftoneType",
      {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke", "Sierra", "StevensonArce", "Tattoo",
       "Tattoo_Q6"}},
     {"Origin", {"Normal", "Rotation180"}},
     {"MirrorImage", {"False", "True"}},
     {"NegativeImage", {"False", "True"}},
-    {"AntiWrinkle", steps(0, 5, 1)},
+    {"AntiWrinkle", {"0", "1", "2", "3", "4", "5"}},
     {"Resolution", {"203dpi", "300dpi"}},
     {"PostAction", {"None", "TearOff", "Cut"}},
     {"Occurrence", {"EveryPage", "AfterJob"}},
     {"PaperType", {"Continuous", "LabelGap", "LabelMark"}},
     {"Darkness", {"Light", "Middle", "Dark"}},
-    {"Brightness", steps(-100, 100, 10)},
-    {"Contrast", steps(-100, 100, 10)},
+    {"Brightness", {"-100", "-90", "-80", "-70", "-60", "-50", "-40", "-30", "-20", "-10", "0",
+                    "10",   "20",  "30",  "40",  "50",  "60",  "70",  "80",  "90",  "100"}},
+    {"Contrast", {"-100", "-90", "-80", "-70", "-60", "-50", "-40", "-30", "-20", "-10", "0",
+                  "10",   "20",  "30",  "40",  "50",  "60",  "70",  "80",  "90",  "100"}},
     {"PageSize",
      {"A4", "Letter", "Tattoo_A5", "Tattoo_A6", "w144h72", "w288h432", "Label_50x30mm", "Label_100x150mm",
       "Receipt_58mm", "Receipt_80mm", "Custom.60x40mm", "Custom.0.5x0.5mm"}},
@@ -81,29 +58,8 @@ const Option kOptions[] = {
     {"GapsHeight", {"0", "2", "3", "4", "5"}},
 };
 
-// "Name=Value ..." from kFilterJobBytes bytes, after the PPD's byte.
-std::string decodeOptions(FuzzBytes& bytes)
-{
-    std::string options;
-    for (const Option& option : kOptions) {
-        // One more choice than values: none, the PPD's default.
-        const size_t choice = bytes.choice(option.values.size() + 1);
-        if (choice < option.values.size()) {
-            options += (options.empty() ? "" : " ") + option.name + "=" + option.values[choice];
-        }
-    }
-    return options;
-}
-
-bool sizeWithinLimits(const cups_page_header2_t& header)
-{
-    return header.cupsWidth <= kMaxPageSide && header.cupsHeight <= kMaxPageSide &&
-           header.cupsBytesPerLine <= kMaxPageSide;
-}
-
-// Reads the page headers of the raster file as libcups does, skipping every
-// page's lines, up to one page past the limits or to a page over the size
-// limits, whose pixels are not read.
+// Reads the raster's pages as libcups does: false past kMaxPages pages or at a
+// page over the size limits (before reading its lines).
 bool withinLimits(int fd)
 {
     lseek(fd, 0, SEEK_SET);
@@ -111,7 +67,8 @@ bool withinLimits(int fd)
                                                                           cupsRasterClose);
     cups_page_header2_t header;
     for (unsigned pages = 0; raster && cupsRasterReadHeader2(raster.get(), &header) != 0; ++pages) {
-        if (pages == kMaxPages || !sizeWithinLimits(header)) {
+        if (pages == kMaxPages ||
+            std::max({header.cupsWidth, header.cupsHeight, header.cupsBytesPerLine}) > kMaxPageSide) {
             return false;
         }
         std::vector<unsigned char> line(header.cupsBytesPerLine);
@@ -124,97 +81,77 @@ bool withinLimits(int fd)
     return true;
 }
 
-// Aborts, naming the file, on a capture over kMaxCaptureSide on a side.
+// Captures are BMP files, with the width and height at byte 18.
 void checkCapture(const std::filesystem::path& file)
 {
-    const std::string name = file.filename();
-    unsigned char header[26] = {};
-    FILE* bmp = fopen(file.c_str(), "rb");
-    const bool whole = bmp != nullptr && fread(header, 1, sizeof(header), bmp) == sizeof(header);
-    if (bmp != nullptr) {
-        fclose(bmp);
-    }
-    if (!whole || (name.rfind("origin_", 0) != 0 && name.rfind("dithered_", 0) != 0)) {
-        return;
-    }
-    uint32_t side[2];  // width and height, at byte 18
-    memcpy(side, header + 18, sizeof(side));
-    if (side[0] > kMaxCaptureSide || side[1] > kMaxCaptureSide) {
-        fprintf(stderr, "fuzz_filter: capture %s is %u x %u pixels, over %u on a side\n", file.c_str(), side[0],
-                side[1], kMaxCaptureSide);
+    uint32_t side[2];
+    std::ifstream bmp(file, std::ios::binary);
+    if (file.extension() == ".bmp" && bmp.seekg(18).read(reinterpret_cast<char*>(side), sizeof(side)) &&
+        std::max(side[0], side[1]) > kMaxCaptureSide) {
+        fprintf(stderr, "fuzz_filter: capture %s is %u x %u pixels\n", file.c_str(), side[0], side[1]);
         abort();
     }
 }
 
-// What every job shares: set up on the first input, for the whole process.
-class FilterFixture {
-public:
-    FilterFixture() : output_(fopen("/dev/null", "w")), raster_(memfd_create("raster", MFD_CLOEXEC))
-    {
-        const char* tmp = getenv("TMPDIR");
-        std::string pattern = std::string(tmp != nullptr && *tmp != 0 ? tmp : "/tmp") + "/korvo-fuzz-XXXXXX";
-        if (output_ == nullptr || raster_ < 0 || mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot open /dev/null, an in-memory file or a directory like " + pattern);
+// Options as "Name=Value ..." from one byte each.
+std::string optionsOf(const uint8_t* bytes)
+{
+    std::string options;
+    for (const auto& [name, values] : kOptions) {
+        const size_t choice = *bytes++ % (values.size() + 1);  // past the values: the PPD's default
+        if (choice < values.size()) {
+            options += (options.empty() ? "" : " ") + name + "=" + values[choice];
         }
-        scratch_ = pattern;
-        // No status wait and no channels; the printer stream goes nowhere.
-        environment_ = {.statusPollLimit = 0,
-                        .statusPollInterval = std::chrono::milliseconds(0),
-                        .captureDirectory = scratch_,
-                        .geometryLogPath = scratch_ / "geometry.log",
-                        .backChannelFd = -1,
-                        .sideChannelFd = -1,
-                        .output = output_};
     }
-    ~FilterFixture()
-    {
-        fclose(output_);
-        close(raster_);
-        std::filesystem::remove_all(scratch_);
-    }
-    FilterFixture(const FilterFixture&) = delete;
-    FilterFixture& operator=(const FilterFixture&) = delete;
+    return options;
+}
 
-    // Runs the job, if its raster is within the limits.
-    void run(const std::string& ppd, const std::string& options, const uint8_t* raster, size_t size)
-    {
-        if (ftruncate(raster_, 0) != 0 || pwrite(raster_, raster, size, 0) != static_cast<ssize_t>(size)) {
-            abort();
-        }
-        if (!withinLimits(raster_)) {
-            return;
-        }
-        setenv("PPD", ppd.c_str(), 1);
-        std::string args[] = {
-            "rastertokorvoppli", "1", "fuzz", "job", "1", options, "/proc/self/fd/" + std::to_string(raster_)};
-        char* argv[std::size(args) + 1] = {};
-        std::transform(std::begin(args), std::end(args), argv, [](std::string& arg) { return arg.data(); });
-        runFilter(static_cast<int>(std::size(args)), argv, environment_);
-        fflush(output_);
-        for (const auto& entry : std::filesystem::directory_iterator(scratch_)) {
-            checkCapture(entry.path());
-            std::filesystem::remove(entry.path());
-        }
-    }
+std::string makeDirectory()
+{
+    std::string directory = std::filesystem::temp_directory_path() / "korvo-fuzz-XXXXXX";
+    return mkdtemp(directory.data()) != nullptr ? directory : throw std::runtime_error("cannot make " + directory);
+}
 
-private:
-    std::filesystem::path scratch_;
-    FILE* output_;
-    int raster_;
-    FilterEnvironment environment_;
+// What all jobs share: the raster as an in-memory file, no status wait or
+// channels, the printer stream to /dev/null, a directory for captures and log.
+struct Shared {
+    ~Shared() { std::filesystem::remove_all(scratch); }
+
+    const int raster = memfd_create("raster", MFD_CLOEXEC);
+    const std::string scratch = makeDirectory();
+    const FilterEnvironment environment{.statusPollLimit = 0,
+                                        .statusPollInterval = std::chrono::milliseconds(0),
+                                        .captureDirectory = scratch,
+                                        .geometryLogPath = scratch + "/geometry.log",
+                                        .backChannelFd = -1,
+                                        .sideChannelFd = -1,
+                                        .output = fopen("/dev/null", "w")};
 };
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    if (size < kFilterJobBytes) {
+    static const Shared shared;
+    if (size < kJobBytes) {
         return 0;
     }
-    FuzzBytes bytes(data, kFilterJobBytes);
-    const std::string ppd = std::string(KORVO_FUZZ_PPD_DIR "/") + kPpdFiles[bytes.choice(std::size(kPpdFiles))];
-    const std::string options = decodeOptions(bytes);
-    static FilterFixture fixture;
-    fixture.run(ppd, options, data + kFilterJobBytes, size - kFilterJobBytes);
+    const auto rasterSize = static_cast<ssize_t>(size - kJobBytes);
+    if (ftruncate(shared.raster, 0) != 0 || pwrite(shared.raster, data + kJobBytes, rasterSize, 0) != rasterSize) {
+        abort();
+    }
+    if (!withinLimits(shared.raster)) {
+        return 0;
+    }
+    setenv("PPD", (KORVO_FUZZ_PPD_DIR "/" + std::string(kPpdFiles[data[0] % std::size(kPpdFiles)])).c_str(), 1);
+    const std::string rasterFile = "/proc/self/fd/" + std::to_string(shared.raster);
+    std::string args[] = {"rastertokorvoppli", "1", "fuzz", "job", "1", optionsOf(data + 1), rasterFile};
+    char* argv[std::size(args) + 1] = {};
+    std::transform(std::begin(args), std::end(args), argv, [](std::string& arg) { return arg.data(); });
+    runFilter(static_cast<int>(std::size(args)), argv, shared.environment);
+    for (const auto& entry : std::filesystem::directory_iterator(shared.scratch)) {
+        checkCapture(entry.path());
+        std::filesystem::remove(entry.path());
+    }
     return 0;
 }

@@ -1,27 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// fuzz_image: the image class and the tattoo toolkit on small images and
-// arbitrary parameters, an input being a program of operations:
-//
-//   byte 0, 1   width - 1 and height - 1, each modulo kMaxImageSide
-//   byte 2      depth: 1, 4, 8, 24 or 32 bits (DibImage::CreateFromArray), or
-//               DibImage::Create with the raw bit count of byte 4
-//   byte 3      bit 0: CreateFromArray flips the rows
-//   byte 4      raw bit count for Create
-//   byte 5      colour format of the toolkit's image (HALV_IMG_COLOR), -1..5
-//   byte 6      number of operations, modulo kMaxImageOps + 1
-//   then        per operation its index in kOps (modulo their number) and
-//               kImageOpBytes parameter bytes
-//   the rest    the pixels, rows packed, zeros where the input runs out; the
-//               DibImage and the toolkit's image start from the same bytes
-//
-// The operations work on two DibImage objects (`a` the image, `b` a second
-// one for rotation targets, transfers and palettes) and one HalvImage. The
-// order of kOps is part of the input format: the corpus depends on it.
+// fuzz_image: DibImage and the tattoo toolkit on small images. An input, with
+// zeros where it runs out:
+//   byte 0, 1  width - 1, height - 1 (modulo kMaxSide)  4  bit count for Create
+//   2          index in kDepths, past them Create       5  toolkit colour format + 1 (modulo 7)
+//   3          bit 0: CreateFromArray flips the rows    6  operations (modulo kMaxOps + 1)
+// then each operation's index in kOps and kOpBytes parameters, then the pixels
+// of both images. The order of kOps and the offsets of their parameters are
+// part of the format.
 #include <algorithm>
+#include <cstring>
 #include <utility>
 #include <vector>
 
-#include "FuzzBytes.h"
 #include "dibimage/DibImage.h"
 #include "halv/HalvImage.h"
 #include "halv/halvDither.h"
@@ -29,208 +19,139 @@
 
 namespace {
 
-constexpr uint32_t kMaxImageSide = 64;
-constexpr size_t kMaxImageOps = 32;
-constexpr size_t kImageOpBytes = 10;
-
-// Operations that enlarge a DibImage (Expand, MakeCenter) are skipped when
-// the result would be wider or higher than this, and a DibImage becomes the
-// toolkit's image only up to kMaxToolkitBytes bytes of pixels: the toolkit's
-// direct 2-D blur costs size x size operations a pixel.
-constexpr uint32_t kMaxGrownSide = 512;
-constexpr uint32_t kMaxToolkitBytes = 128 * 128;
-
+constexpr size_t kHeaderBytes = 7;
+constexpr uint32_t kMaxSide = 64;
+constexpr size_t kMaxOps = 32;
+constexpr size_t kOpBytes = 10;
+constexpr int64_t kMaxGrownSide = 512;           // Expand and MakeCenter stay within it
+constexpr int64_t kMaxToolkitBytes = 128 * 128;  // the toolkit's 2-D blur costs size x size a pixel
 const uint32_t kDepths[] = {1, 4, 8, 24, 32};
 
-bool withinGrownSide(int64_t width, int64_t height)
+// A value of any bit pattern from an operation's parameters.
+template <typename T>
+T at(const uint8_t* p, size_t offset)
 {
-    return width <= kMaxGrownSide && height <= kMaxGrownSide;
+    T value;
+    std::memcpy(&value, p + offset, sizeof(T));
+    return value;
 }
 
-RGBQUAD colourOf(FuzzBytes& p)
+struct Images {
+    DibImage a;
+    DibImage b;  // a target for rotation, transfers and palettes
+    HalvImage halv;
+};
+
+void keepIfBit0(const uint8_t* p, HalvImage& image, const HalvImage& result)
 {
-    RGBQUAD colour;
-    colour.rgbBlue = p.byte();
-    colour.rgbGreen = p.byte();
-    colour.rgbRed = p.byte();
-    colour.rgbReserved = p.byte();
-    return colour;
+    if ((p[0] & 1) != 0) {
+        image = result;
+    }
 }
 
-using Op = void (*)(FuzzBytes& p, DibImage& a, DibImage& b, HalvImage& image);
+using Op = void (*)(const uint8_t* p, Images& s);
 
-// Each operation reads its parameters in the order its comment gives.
 const Op kOps[] = {
-    // Light: int32 brightness, int32 contrast
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        const int32_t brightness = p.value<int32_t>();
-        a.Light(brightness, p.value<int32_t>());
-    },
-    // Lut: table[i] = i * byte + byte
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        const uint8_t factor = p.byte();
-        const uint8_t offset = p.byte();
+    [](const uint8_t* p, Images& s) { s.a.Light(at<int32_t>(p, 0), at<int32_t>(p, 4)); },
+    [](const uint8_t* p, Images& s) {
         uint8_t table[256];
         for (int i = 0; i < 256; ++i) {
-            table[i] = static_cast<uint8_t>(i * factor + offset);
+            table[i] = static_cast<uint8_t>(i * p[0] + p[1]);
         }
-        a.Lut(table);
+        s.a.Lut(table);
     },
-    [](FuzzBytes&, DibImage& a, DibImage&, HalvImage&) { a.Negative(); },
-    // Rotate180: bit 0, into b
-    [](FuzzBytes& p, DibImage& a, DibImage& b, HalvImage&) { a.Rotate180((p.byte() & 1) != 0 ? &b : nullptr); },
-    [](FuzzBytes&, DibImage& a, DibImage&, HalvImage&) { a.Mirror(); },
-    // Expand: int8 left, top, right, bottom; colour blue, green, red, reserved
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        long sides[4];
-        for (long& side : sides) {
-            side = p.value<int8_t>();
-        }
-        const RGBQUAD colour = colourOf(p);
-        if (withinGrownSide(a.GetWidth() + std::max(sides[0], 0L) + std::max(sides[2], 0L),
-                            a.GetHeight() + std::max(sides[1], 0L) + std::max(sides[3], 0L))) {
-            a.Expand(sides[0], sides[1], sides[2], sides[3], colour);
+    [](const uint8_t*, Images& s) { s.a.Negative(); },
+    [](const uint8_t* p, Images& s) { s.a.Rotate180((p[0] & 1) != 0 ? &s.b : nullptr); },
+    [](const uint8_t*, Images& s) { s.a.Mirror(); },
+    [](const uint8_t* p, Images& s) {
+        const long side[4] = {at<int8_t>(p, 0), at<int8_t>(p, 1), at<int8_t>(p, 2), at<int8_t>(p, 3)};
+        const int64_t width = s.a.GetWidth() + std::max(side[0], 0L) + std::max(side[2], 0L);
+        const int64_t height = s.a.GetHeight() + std::max(side[1], 0L) + std::max(side[3], 0L);
+        if (std::max(width, height) <= kMaxGrownSide) {
+            s.a.Expand(side[0], side[1], side[2], side[3], at<RGBQUAD>(p, 4));
         }
     },
-    // MakeCenter: int16 width
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        const int32_t width = p.value<int16_t>();
-        if (withinGrownSide(width, a.GetHeight())) {
-            a.MakeCenter(width);
+    [](const uint8_t* p, Images& s) {
+        if (std::max<int64_t>(at<int16_t>(p, 0), s.a.GetHeight()) <= kMaxGrownSide) {
+            s.a.MakeCenter(at<int16_t>(p, 0));
         }
     },
-    // DrawLine: int16 start x, end x, start y, end y; index
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        int32_t ends[4];
-        for (int32_t& end : ends) {
-            end = p.value<int16_t>();
-        }
-        a.DrawLine(ends[0], ends[1], ends[2], ends[3], p.byte());
+    [](const uint8_t* p, Images& s) {
+        s.a.DrawLine(at<int16_t>(p, 0), at<int16_t>(p, 2), at<int16_t>(p, 4), at<int16_t>(p, 6), p[8]);
     },
-    // Dither: int64 method
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) { a.Dither(static_cast<long>(p.value<int64_t>())); },
-    // IncreaseBpp: uint32 bit count
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) { a.IncreaseBpp(p.value<uint32_t>()); },
-    // Palette: nearest to colour (4 bytes); set entry, red, green, blue,
-    // alpha; get entry, and bit 0 of it: gray palette
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        a.GetNearestIndex(colourOf(p));
-        uint8_t entry[5];
-        for (uint8_t& byte : entry) {
-            byte = p.byte();
-        }
-        a.SetPaletteColor(entry[0], entry[1], entry[2], entry[3], entry[4]);
-        const uint8_t last = p.byte();
-        a.GetPaletteColor(last);
-        if (last & 1) {
-            a.SetGrayPalette();
+    [](const uint8_t* p, Images& s) { s.a.Dither(static_cast<long>(at<int64_t>(p, 0))); },
+    [](const uint8_t* p, Images& s) { s.a.IncreaseBpp(at<uint32_t>(p, 0)); },
+    [](const uint8_t* p, Images& s) {
+        s.a.GetNearestIndex(at<RGBQUAD>(p, 0));
+        s.a.SetPaletteColor(p[4], p[5], p[6], p[7], p[8]);
+        s.a.GetPaletteColor(p[9]);
+        if ((p[9] & 1) != 0) {
+            s.a.SetGrayPalette();
         }
     },
-    // Pixels: int16 x, y; index; colour (3 bytes). The checked accessors
-    // anywhere, the blind ones, which do no checks, inside.
-    [](FuzzBytes& p, DibImage& a, DibImage&, HalvImage&) {
-        const long x = p.value<int16_t>();
-        const long y = p.value<int16_t>();
-        const uint8_t index = p.byte();
-        a.SetPixelIndex(x, y, index);
-        a.GetPixelIndex(y, x);
-        if (!a.IsValid()) {
+    // The checked pixel accessors anywhere, the blind ones (no checks) inside.
+    [](const uint8_t* p, Images& s) {
+        const int16_t x = at<int16_t>(p, 0);
+        const int16_t y = at<int16_t>(p, 2);
+        s.a.SetPixelIndex(x, y, p[4]);
+        s.a.GetPixelIndex(y, x);
+        if (!s.a.IsValid()) {
             return;
         }
-        const long insideX = static_cast<long>(static_cast<uint16_t>(x) % a.GetWidth());
-        const long insideY = static_cast<long>(static_cast<uint16_t>(y) % a.GetHeight());
-        const RGBQUAD colour = {p.byte(), p.byte(), p.byte(), index};
-        a.BlindSetPixelColor(insideX, insideY, colour);
-        a.BlindGetPixelColor(insideX, insideY, (index & 1) != 0);
-        a.BlindSetPixelIndex(insideX, insideY, static_cast<uint8_t>(a.BlindGetPixelIndex(insideX, insideY) + 1));
+        const long insideX = static_cast<uint16_t>(x) % s.a.GetWidth();
+        const long insideY = static_cast<uint16_t>(y) % s.a.GetHeight();
+        s.a.BlindSetPixelColor(insideX, insideY, {p[5], p[6], p[7], p[4]});
+        s.a.BlindGetPixelColor(insideX, insideY, (p[4] & 1) != 0);
+        s.a.BlindSetPixelIndex(insideX, insideY, static_cast<uint8_t>(s.a.BlindGetPixelIndex(insideX, insideY) + 1));
     },
-    // Transfer: byte modulo 3, a takes b, b takes a, a takes itself; then b
-    // copies a's information
-    [](FuzzBytes& p, DibImage& a, DibImage& b, HalvImage&) {
-        const uint8_t which = p.byte() % 3;
-        DibImage& taker = which == 1 ? b : a;
-        taker.Transfer(which == 0 ? b : a);
-        b.CopyInfo(a);
+    [](const uint8_t* p, Images& s) {
+        const int which = p[0] % 3;
+        (which == 1 ? s.b : s.a).Transfer(which == 0 ? s.b : s.a);
+        s.b.CopyInfo(s.a);
     },
-    // Recreate: bit 0, b is created from a's rows, flipped
-    [](FuzzBytes& p, DibImage& a, DibImage& b, HalvImage&) {
-        b.CreateFromArray(a.GetBits(0), a.GetWidth(), a.GetHeight(), a.GetBpp(), a.GetEffWidth(), (p.byte() & 1) != 0);
+    [](const uint8_t* p, Images& s) {
+        s.b.CreateFromArray(s.a.GetBits(0), s.a.GetWidth(), s.a.GetHeight(), s.a.GetBpp(), s.a.GetEffWidth(),
+                            (p[0] & 1) != 0);
     },
-    // SetPalette: count (modulo b's colours + 1) of b's entries into a
-    [](FuzzBytes& p, DibImage& a, DibImage& b, HalvImage&) {
-        a.SetPalette(b.GetPalette(), p.byte() % (b.GetNumColors() + 1));
+    [](const uint8_t* p, Images& s) { s.a.SetPalette(s.b.GetPalette(), p[0] % (s.b.GetNumColors() + 1)); },
+    [](const uint8_t*, Images& s) { s.a.Destroy(); },
+    [](const uint8_t* p, Images& s) { keepIfBit0(p, s.halv, halvTattooDithering(s.halv)); },
+    [](const uint8_t* p, Images& s) { keepIfBit0(p, s.halv, halvTattooDitheringQ6(s.halv)); },
+    [](const uint8_t*, Images& s) { s.halv = cvtGray(s.halv); },
+    [](const uint8_t*, Images& s) { thresh_global_moments(s.halv); },
+    [](const uint8_t* p, Images& s) { s.halv = edf_cus(s.halv, at<int32_t>(p, 0)); },
+    // The curve raises i / split to a power, and my_ln takes up to millions of
+    // steps for values below about 1e-3 (kHalvLnMaxSteps): split in -512..767.
+    [](const uint8_t* p, Images& s) {
+        enh_piecewise_gamma(s.halv, -512 + at<uint16_t>(p, 0) % 1280, at<float>(p, 2), at<float>(p, 6));
     },
-    [](FuzzBytes&, DibImage& a, DibImage&, HalvImage&) { a.Destroy(); },
-    // Tattoo, TattooQ6: bit 0, keep the result
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const HalvImage result = halvTattooDithering(image);
-        if ((p.byte() & 1) != 0) {
-            image = result;
-        }
+    [](const uint8_t* p, Images& s) { s.halv = enh_unsharp_mask(s.halv, at<float>(p, 0), at<int8_t>(p, 4)); },
+    [](const uint8_t* p, Images& s) { s.halv = enh_gaussian_filter_fast(s.halv, at<int8_t>(p, 0), at<float>(p, 1)); },
+    [](const uint8_t* p, Images& s) {
+        s.halv = enh_gaussian_filter(s.halv, at<int8_t>(p, 0) % 32, at<float>(p, 1), at<float>(p, 5));
     },
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const HalvImage result = halvTattooDitheringQ6(image);
-        if ((p.byte() & 1) != 0) {
-            image = result;
-        }
+    [](const uint8_t* p, Images& s) {
+        const int size = at<int8_t>(p, 0) % 32;
+        std::vector<double> kernel(std::max(size, 0));
+        generateGaussianKernel1D(size, at<float>(p, 1), kernel.data());
+        s.halv = convolve1D(s.halv, kernel.data(), size, (p[5] & 1) != 0);
     },
-    [](FuzzBytes&, DibImage&, DibImage&, HalvImage& image) { image = cvtGray(image); },
-    [](FuzzBytes&, DibImage&, DibImage&, HalvImage& image) { thresh_global_moments(image); },
-    // Diffuse: int32 threshold
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) { image = edf_cus(image, p.value<int32_t>()); },
-    // Gamma: uint16 split, float low gamma, float high gamma. The split stays
-    // within -512..767: the curve raises i / split to a power, and my_ln of
-    // values below about 1e-3 takes up to millions of steps (its documented
-    // slow band, bounded by kHalvLnMaxSteps).
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const int split = -512 + p.value<uint16_t>() % 1280;
-        const float low = p.value<float>();
-        enh_piecewise_gamma(image, split, low, p.value<float>());
-    },
-    // UnsharpMask: float amount, int8 size
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const float amount = p.value<float>();
-        image = enh_unsharp_mask(image, amount, p.value<int8_t>());
-    },
-    // GaussianFast: int8 size, float sigma
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const int size = p.value<int8_t>();
-        image = enh_gaussian_filter_fast(image, size, p.value<float>());
-    },
-    // Gaussian: int8 size (modulo 32), float sigma x, float sigma y
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const int size = p.value<int8_t>() % 32;
-        const double sigmaX = p.value<float>();
-        image = enh_gaussian_filter(image, size, sigmaX, p.value<float>());
-    },
-    // Convolve: int8 size (modulo 32), float sigma, bit 0 horizontal
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const int size = p.value<int8_t>() % 32;
-        std::vector<double> kernel(size > 0 ? static_cast<size_t>(size) : 0);
-        generateGaussianKernel1D(size, p.value<float>(), kernel.data());
-        image = convolve1D(image, kernel.data(), size, (p.byte() & 1) != 0);
-    },
-    // Weighted: float weight
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        const HalvImage other(image);
-        image = add_Weighted(image, other, p.value<float>());
-    },
-    // Copies: bit 0, leave the image moved from
-    [](FuzzBytes& p, DibImage&, DibImage&, HalvImage& image) {
-        HalvImage copy(image);
+    [](const uint8_t* p, Images& s) { s.halv = add_Weighted(s.halv, HalvImage(s.halv), at<float>(p, 0)); },
+    // Self-assignment, moves, and with bit 0 the image left moved from.
+    [](const uint8_t* p, Images& s) {
+        HalvImage copy(s.halv);
         HalvImage moved(std::move(copy));
-        HalvImage& alias = image;
-        image = alias;
-        image = moved;
-        if ((p.byte() & 1) != 0) {
-            HalvImage taken(std::move(image));
+        HalvImage& alias = s.halv;
+        s.halv = alias;
+        s.halv = moved;
+        if ((p[0] & 1) != 0) {
+            HalvImage taken(std::move(s.halv));
         }
     },
-    // FromDib: a's rows (GetEffWidth() bytes each) as a gray image
-    [](FuzzBytes&, DibImage& a, DibImage&, HalvImage& image) {
-        if (a.IsValid() && static_cast<uint64_t>(a.GetEffWidth()) * a.GetHeight() <= kMaxToolkitBytes) {
-            image = HalvImage(static_cast<int>(a.GetEffWidth()), static_cast<int>(a.GetHeight()), HALV_IMG_GRAY,
-                              a.GetBits(0));
+    [](const uint8_t*, Images& s) {
+        if (s.a.IsValid() && int64_t{s.a.GetEffWidth()} * s.a.GetHeight() <= kMaxToolkitBytes) {
+            s.halv = HalvImage(static_cast<int>(s.a.GetEffWidth()), static_cast<int>(s.a.GetHeight()), HALV_IMG_GRAY,
+                               s.a.GetBits(0));
         }
     },
 };
@@ -239,36 +160,24 @@ const Op kOps[] = {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    FuzzBytes bytes(data, size);
-    const uint32_t width = 1 + bytes.byte() % kMaxImageSide;
-    const uint32_t height = 1 + bytes.byte() % kMaxImageSide;
-    const size_t depth = bytes.choice(std::size(kDepths) + 1);  // past the end: Create with the raw bit count
-    const bool flip = (bytes.byte() & 1) != 0;
-    const uint32_t rawBits = bytes.byte();
-    const auto colour = static_cast<HALV_IMG_COLOR>(static_cast<int32_t>(bytes.choice(7)) - 1);
-    const size_t operations = bytes.choice(kMaxImageOps + 1);
-    FuzzBytes program(bytes.rest(), std::min(operations * (1 + kImageOpBytes), bytes.restSize()));
-    bytes.skip(operations * (1 + kImageOpBytes));
-
-    // Enough pixels for any depth: at most 4 bytes a pixel.
-    std::vector<uint8_t> pixels(bytes.rest(), bytes.rest() + bytes.restSize());
-    pixels.resize(std::max<size_t>(pixels.size(), 4 * width * height));
-
-    DibImage a;
-    DibImage b;
+    std::vector<uint8_t> input(data, data + size);
+    input.resize(size + kHeaderBytes + kMaxOps * (1 + kOpBytes) + 4 * kMaxSide * kMaxSide);  // any program, depth
+    const uint32_t width = 1 + input[0] % kMaxSide;
+    const uint32_t height = 1 + input[1] % kMaxSide;
+    const size_t depth = input[2] % (std::size(kDepths) + 1);
+    const auto colour = static_cast<HALV_IMG_COLOR>(input[5] % 7 - 1);
+    const size_t programEnd = kHeaderBytes + input[6] % (kMaxOps + 1) * (1 + kOpBytes);
+    uint8_t* pixels = &input[programEnd];
+    Images s{{}, {}, HalvImage(static_cast<int>(width), static_cast<int>(height), colour, pixels)};
     if (depth < std::size(kDepths)) {
-        a.CreateFromArray(pixels.data(), width, height, kDepths[depth], (width * kDepths[depth] + 7) / 8, flip);
-    } else if (a.Create(width, height, rawBits, rawBits) != nullptr) {
-        a.SetGrayPalette();
-        std::copy_n(pixels.begin(), static_cast<size_t>(a.GetEffWidth()) * a.GetHeight(), a.GetBits(0));
+        s.a.CreateFromArray(pixels, width, height, kDepths[depth], (width * kDepths[depth] + 7) / 8,
+                            (input[3] & 1) != 0);
+    } else if (s.a.Create(width, height, input[4], input[4]) != nullptr) {
+        s.a.SetGrayPalette();
+        std::copy_n(pixels, static_cast<size_t>(s.a.GetEffWidth()) * s.a.GetHeight(), s.a.GetBits(0));
     }
-    HalvImage image(static_cast<int>(width), static_cast<int>(height), colour, pixels.data());
-
-    for (size_t i = 0; i < operations; ++i) {
-        const Op op = kOps[program.choice(std::size(kOps))];
-        FuzzBytes params(program.rest(), std::min(kImageOpBytes, program.restSize()));
-        program.skip(kImageOpBytes);
-        op(params, a, b, image);
+    for (size_t op = kHeaderBytes; op < programEnd; op += 1 + kOpBytes) {
+        kOps[input[op] % std::size(kOps)](&input[op + 1], s);
     }
     return 0;
 }
