@@ -54,20 +54,6 @@ std::string addQueues(PrivateCupsd& cupsd)
 
 class Spooler : public ServerSuite<PrivateCupsd, addQueues> {
 protected:
-    // The filter run directly on the raster the CUPS chain makes of the
-    // document for that PPD and those options, against a printer that
-    // answers as the virtual one: ready before a page, printed after it.
-    static FilterResult direct(const std::string& ppd, const std::string& document, const std::string& options)
-    {
-        TempDir dir;
-        const std::string raster = dir.file("page.ras");
-        EXPECT_EQ(runShell("cupsfilter -p '" + builtPpd(ppd) + "' -m application/vnd.cups-raster -o '" + options +
-                           "' '" + document + "' > '" + raster + "' 2>/dev/null"),
-                  0);
-        PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll % 2 ? 0x880000 : 0x800000)}; });
-        return runFilter({.options = options, .rasterFile = raster, .ppd = builtPpd(ppd), .printer = &printer});
-    }
-
     // What the virtual printer received for the job.
     static FilterResult received(int job)
     {
@@ -76,8 +62,9 @@ protected:
 };
 
 // Each job completes, is counted page by page, and the virtual printer
-// receives, byte for byte, what the filter makes of the same raster: the
-// same pages, media actions and status queries.
+// receives, byte for byte, what the filter makes of the raster the CUPS
+// chain makes, run against a printer that answers as the virtual one:
+// ready before a page, printed after it.
 TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
 {
     struct Case {
@@ -95,11 +82,17 @@ TEST_F(Spooler, DocumentsPrintAsTheFilterPrintsTheirRaster)
         {"stencil", "korvk5.ppd", kTestPage, "PageSize=Tattoo_A6 HalftoneType=Tattoo_Q6 AntiWrinkle=2", 155, 1748},
         {"stencil", "korvk5.ppd", server->path("picture.png"), "PageSize=Tattoo_A6 MirrorImage=True"},
     };
+    PrinterChannels printer([](int poll) { return PollAnswer{statusReply(poll % 2 ? 0x880000 : 0x800000)}; });
+    TempDir dir;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.options);
         const int job = server->submit(c.queue, c.document, c.options);
         ASSERT_EQ(server->waitForJob(c.queue, job, 60), IPP_JSTATE_COMPLETED) << cupsLastErrorString();
-        const FilterResult expected = direct(c.ppd, c.document, c.options);
+        ASSERT_EQ(runShell("cupsfilter -p '" + builtPpd(c.ppd) + "' -m application/vnd.cups-raster -o '" + c.options +
+                           "' '" + c.document + "' > '" + dir.file("page.ras") + "' 2>/dev/null"),
+                  0);
+        const FilterResult expected = runFilter(
+            {.options = c.options, .rasterFile = dir.file("page.ras"), .ppd = builtPpd(c.ppd), .printer = &printer});
         const std::string pages = std::to_string(expected.pages().size());
         ASSERT_NE(pages, "0");
         EXPECT_TRUE(received(job).out == expected.out);
