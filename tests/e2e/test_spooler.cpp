@@ -19,8 +19,7 @@ const std::string kPicture = R"PS(<< /PageSize [216 144] >> setpagedevice
 0.1 setgray 108 72 40 0 360 arc fill showpage
 )PS";
 
-// An A4 page with a black frame and a mid-gray bar, made a PDF by
-// Ghostscript.
+// An A4 page with a black frame and a mid-gray bar, made a PDF.
 const std::string kDocument =
     R"PS(newpath 60 60 moveto 535 60 lineto 535 780 lineto 60 780 lineto closepath 8 setlinewidth 0 setgray stroke
 0.5 setgray 100 400 300 60 rectfill showpage
@@ -54,7 +53,6 @@ std::string addQueues(PrivateCupsd& cupsd)
 
 class Spooler : public ServerSuite<PrivateCupsd, addQueues> {
 protected:
-    // What the virtual printer received for the job.
     static FilterResult received(int job)
     {
         return {.out = readFile(server->path("previews/" + std::to_string(job) + "/stream.bin"))};

@@ -44,7 +44,6 @@ public:
               home + "/server.err");
     }
 
-    // korvo-printer-app with the arguments: its exit status and output.
     int run(const std::string& args, std::string* output = nullptr) const
     {
         return runShell(KORVO_PRINTER_APP " " + args + " 2>&1", output);

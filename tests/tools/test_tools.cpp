@@ -33,8 +33,7 @@ std::string area(unsigned offset, unsigned width)
     return packet(0x43, 0x00, {offset & 0xFF, offset >> 8, width & 0xFF, width >> 8});
 }
 
-// korvo-decode's exit status on the stream (none when empty), with its
-// output and errors in *out.
+// korvo-decode's exit status on the stream (none when empty); what it said.
 int decode(const TempDir& dir, const std::string& stream, const std::string& options, std::string* out)
 {
     writeFile(dir.file("stream.bin"), stream);
@@ -135,8 +134,7 @@ TEST(KorvoDecode, PictureShowsThePaperAsPrinted)
 
 const std::string kJob = "1 user title 1 ''";
 
-// The command line that runs the backend in a directory it owns, with the
-// Q6 PPD, its standard output and errors together.
+// The command line that runs the backend with the Q6 PPD in a directory it owns.
 std::string backend(const TempDir& dir, const std::string& uri, const std::string& args)
 {
     const std::string asLp =
@@ -194,7 +192,6 @@ std::string exchange(uint8_t command, uint8_t status, const std::string& data)
     return std::string(head, sizeof(head)) + data;
 }
 
-// A status reply of that size, as text.
 std::string reply(uint64_t status, size_t size = 13)
 {
     const std::vector<uint8_t> bytes = statusReply(status, size);
