@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the filter tells the spooler on standard error: usage and failures,
 // the page loop, the printer's status from the back channel, the job
-// settings and the page header.
+// settings.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -193,13 +193,6 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
          .job = {.pages = {good}, .options = "HalftoneType=Bogus PageSize= MirrorImage=\xC3\xA4 Darkness=" + longValue},
          .lines = {"settings->MirrorImage:0\n", "settings->Darkness:8\n", "settings->halftoneType:0\n"}},
         {.what = "ten thousand options", .job = {.pages = {good}, .options = manyOptions}, .lines = {"INFO: page 1\n"}},
-        // The header of every page; the two formats ending in a newline
-        // leave an empty line. (The geometry log: tests/process/test_files.cpp.)
-        {.what = "the page header",
-         .job = {.pages = {uniformPage(24, 5, 300, 0)}},
-         .lines = {"DEBUG:pageWidth: 2.032000,pageHeight: 0.423333\n",
-                   "DEBUG:PAGE: 0 1\n\nDEBUG:header.HWResolution[0]:300\n\nDEBUG:header.HWResolution[1]:300\n"
-                   "DEBUG:header.cupsWidth:24\nDEBUG:header.cupsHeight:5\n"}},
         {.what = "captures that cannot be written",
          .job = {.pages = {good}, .run = {.captureDir = "/nonexistent"}},
          .lines = {"KorvoPrinter::saveImage: unable to open the file /nonexistent/",

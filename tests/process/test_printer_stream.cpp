@@ -23,43 +23,30 @@ namespace {
 const char* const kTypeNames[] = {"None",   "FloydSteinberg", "Ordered", "Burkes",   "Stucki", "JarvisJudiceNinke",
                                   "Sierra", "StevensonArce",  "Tattoo",  "Tattoo_Q6"};
 
-// The page as the reference prints it: its print area, its rows in packets
-// of four (the last one the rest) after the print area, and every dot.
-::testing::AssertionResult samePage(const korvostream::Stream& stream, const korvostream::Page& actual,
-                                    const pageref::Printed& expected)
+// The page as the reference prints it: its print area, every dot, and its
+// rows in packets of four (the last one the rest) after the print area.
+void expectSamePage(const korvostream::Stream& stream, const korvostream::Page& actual,
+                    const pageref::Printed& expected)
 {
+    EXPECT_EQ((std::vector<size_t>{actual.areaOffset, actual.areaWidth, actual.rowBytes, actual.rows}),
+              (std::vector<size_t>{expected.areaOffset, expected.areaWidth, expected.rowBytes, expected.rows}));
     std::vector<size_t> packets;
-    bool inImage = false;
-    for (const korvostream::Item& item : stream.items) {
-        if (item.offset == actual.offset) {
-            inImage = true;
-        } else if (inImage && item.is(korvostream::Command::ImageRows)) {
-            packets.push_back(item.payload.size());
-        } else if (inImage) {
-            break;
-        }
+    auto item = std::find_if(stream.items.begin(), stream.items.end(),
+                             [&](const korvostream::Item& i) { return i.offset == actual.offset; });
+    while (item != stream.items.end() && ++item != stream.items.end() && item->is(korvostream::Command::ImageRows)) {
+        packets.push_back(item->payload.size());
     }
     std::vector<size_t> expectedPackets;
     for (size_t row = 0; row < expected.rows; row += 4) {
         expectedPackets.push_back(std::min<size_t>(4, expected.rows - row) * expected.rowBytes);
     }
-    const std::vector<size_t> area = {actual.areaOffset, actual.areaWidth, actual.rowBytes, actual.rows};
-    const std::vector<size_t> expectedArea = {expected.areaOffset, expected.areaWidth, expected.rowBytes,
-                                              expected.rows};
-    if (area != expectedArea || packets != expectedPackets) {
-        return ::testing::AssertionFailure()
-               << "area offset, width, row bytes, rows and packet sizes: " << ::testing::PrintToString(area) << " "
-               << ::testing::PrintToString(packets) << ", expected " << ::testing::PrintToString(expectedArea) << " "
-               << ::testing::PrintToString(expectedPackets);
-    }
+    EXPECT_EQ(packets, expectedPackets);
     const auto differ =
         std::mismatch(actual.packed.begin(), actual.packed.end(), expected.packed.begin(), expected.packed.end());
-    if (differ.first != actual.packed.end() || differ.second != expected.packed.end()) {
-        const size_t at = size_t(differ.first - actual.packed.begin());
-        return ::testing::AssertionFailure()
-               << "row " << at / actual.rowBytes << " differs at byte " << at % actual.rowBytes;
-    }
-    return ::testing::AssertionSuccess();
+    const size_t at = size_t(differ.first - actual.packed.begin());
+    EXPECT_TRUE(differ.first == actual.packed.end() && differ.second == expected.packed.end())
+        << "row " << at / std::max<size_t>(actual.rowBytes, 1) << " differs at byte "
+        << at % std::max<size_t>(actual.rowBytes, 1);
 }
 
 // Prints the job with the options of the settings, expects every printed
@@ -84,8 +71,8 @@ std::vector<korvostream::Page> printAndCompare(Job job, const pageref::JobSettin
         const cups_page_header2_t& header = job.pages[i].header;
         const pageref::PageInput input{job.pages[i].pixels,     header.cupsWidth,       header.cupsHeight,
                                        header.cupsBytesPerLine, header.HWResolution[0], header.cupsPageSizeName};
-        EXPECT_TRUE(samePage(stream, printed[i], pageref::processPage(input, s).printed))
-            << "page " << i + 1 << " of a job with " << job.options;
+        SCOPED_TRACE("page " + std::to_string(i + 1) + " of a job with " + job.options);
+        expectSamePage(stream, printed[i], pageref::processPage(input, s).printed);
     }
     return printed;
 }
