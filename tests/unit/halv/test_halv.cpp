@@ -5,6 +5,7 @@
 #include "halv/halvEnhance.h"
 #include "halv/halvMath.h"
 
+#include "FilterProcess.h"
 #include "TattooReference.h"
 
 #include <gtest/gtest.h>
@@ -19,19 +20,11 @@ namespace ref = pageref::tattoo;
 
 namespace {
 
-// Gradients, a bright disc and a dark bar with hard edges, and grain.
+// The photo-like page of the filter's tests.
 ref::Plane photo(int w, int h, uint32_t seed = 12345)
 {
     ref::Plane p(w, h);
-    for (int i = 0; i < w * h; ++i) {
-        const int x = i % w;
-        const int y = i / w;
-        const bool disc = (x - w / 3) * (x - w / 3) + (y - h / 2) * (y - h / 2) < w * w / 25;
-        const bool bar = x > 2 * w / 3 && x < 2 * w / 3 + w / 10;
-        const int v = bar ? 15 : (disc ? 230 - x * 66 / w : x * 200 / w + y * 55 / h);
-        seed = seed * 1664525u + 1013904223u;
-        p.px[i] = uint8_t(std::clamp(v + int((seed >> 24) % 41) - 20, 0, 255));
-    }
+    p.px = korvotest::grayPage(unsigned(w), unsigned(h), 300, korvotest::photoShade(seed)).pixels;
     return p;
 }
 
