@@ -14,18 +14,16 @@ TEST(CrossArchitecture, SameStreamAsTheHostBuild)
                                             grayPage(333, 101, 203, randomShade(2))};
     const std::vector<RasterPage> stencils = {grayPage(640, 480, 300, photoShade(3), "Tattoo_A6"),
                                               grayPage(1240, 1748, 300, photoShade(4), "Tattoo_A6")};
-    const std::string halftones[] = {"None",   "FloydSteinberg",    "Ordered", "Burkes",
-                                     "Stucki", "JarvisJudiceNinke", "Sierra",  "StevensonArce"};
     std::vector<Job> jobs;
-    for (const std::string& halftone : halftones) {
+    for (const std::string halftone :
+         {"None", "FloydSteinberg", "Ordered", "Burkes", "Stucki", "JarvisJudiceNinke", "Sierra", "StevensonArce"}) {
         jobs.push_back({.pages = labels, .options = "HalftoneType=" + halftone + " Brightness=20 Contrast=-10"});
     }
-    for (const char* halftone : {"Tattoo", "Tattoo_Q6"}) {
+    for (const std::string halftone : {"Tattoo", "Tattoo_Q6"}) {
         for (const char* settings :
              {"AntiWrinkle=1", "Origin=Rotation180 MirrorImage=True NegativeImage=True AntiWrinkle=3"}) {
-            jobs.push_back({.ppd = "korvk5.ppd",
-                            .pages = stencils,
-                            .options = std::string("HalftoneType=") + halftone + " " + settings});
+            jobs.push_back(
+                {.ppd = "korvk5.ppd", .pages = stencils, .options = "HalftoneType=" + halftone + " " + settings});
         }
     }
     for (Job& job : jobs) {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs a fuzz target without libFuzzer once on each file given, for the tests
-// of every build. A file's name is printed before it runs, so that a crash
-// names its input; standard error, where the code under test logs, is
-// silenced, but sanitizer reports still reach it.
+// Runs a fuzz target without libFuzzer once on each file given, printing its
+// name first so that a crash names its input. The code under test logs to
+// standard error, silenced here; sanitizer reports still reach it.
 #include <fcntl.h>
 #include <unistd.h>
 

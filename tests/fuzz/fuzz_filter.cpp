@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // fuzz_filter: whole jobs through runFilter, in process. Byte 0 picks one of
 // the built PPDs, bytes 1..15 each one of an option's values or none (the
-// PPD's default); the rest is the raster stream.
-//
-// Jobs over kMaxPages pages, or with a page over kMaxPageSide pixels or bytes
-// a line, are skipped (whatever the filter would do with them), to keep each
-// well under a second. A page capture over kMaxCaptureSide on a side aborts:
-// the largest anti-wrinkle canvas at 300 dpi is 2598 x 3272 dots.
+// PPD's default); the rest is the raster stream. Jobs past the page limits
+// below are skipped, to keep each well under a second. A page capture over
+// kMaxCaptureSide on a side aborts: the largest anti-wrinkle canvas at 300 dpi
+// is 2598 x 3272 dots.
 #include <cups/raster.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -23,14 +21,14 @@
 
 #include "Filter.h"
 
-namespace {
-
 constexpr size_t kJobBytes = 16;
 constexpr unsigned kMaxPages = 4;
 constexpr unsigned kMaxPageSide = 1024;
 constexpr uint32_t kMaxCaptureSide = 4096;
 
 const char* const kPpdFiles[] = {"korvr27.ppd", "korv315.ppd", "korvk5.ppd", "korvq6.ppd"};
+const std::vector<std::string> kPercents = {"-100", "-90", "-80", "-70", "-60", "-50", "-40", "-30", "-20", "-10", "0",
+                                            "10",   "20",  "30",  "40",  "50",  "60",  "70",  "80",  "90",  "100"};
 
 // In the order of bytes 1..15. The custom sizes: a usable one and one below
 // the filter's 1 mm minimum.
@@ -47,10 +45,8 @@ const std::pair<std::string, std::vector<std::string>> kOptions[] = {
     {"Occurrence", {"EveryPage", "AfterJob"}},
     {"PaperType", {"Continuous", "LabelGap", "LabelMark"}},
     {"Darkness", {"Light", "Middle", "Dark"}},
-    {"Brightness", {"-100", "-90", "-80", "-70", "-60", "-50", "-40", "-30", "-20", "-10", "0",
-                    "10",   "20",  "30",  "40",  "50",  "60",  "70",  "80",  "90",  "100"}},
-    {"Contrast", {"-100", "-90", "-80", "-70", "-60", "-50", "-40", "-30", "-20", "-10", "0",
-                  "10",   "20",  "30",  "40",  "50",  "60",  "70",  "80",  "90",  "100"}},
+    {"Brightness", kPercents},
+    {"Contrast", kPercents},
     {"PageSize",
      {"A4", "Letter", "Tattoo_A5", "Tattoo_A6", "w144h72", "w288h432", "Label_50x30mm", "Label_100x150mm",
       "Receipt_58mm", "Receipt_80mm", "Custom.60x40mm", "Custom.0.5x0.5mm"}},
@@ -60,7 +56,7 @@ const std::pair<std::string, std::vector<std::string>> kOptions[] = {
 
 // Reads the raster's pages as libcups does: false past kMaxPages pages or at a
 // page over the size limits (before reading its lines).
-bool withinLimits(int fd)
+static bool withinLimits(int fd)
 {
     lseek(fd, 0, SEEK_SET);
     const std::unique_ptr<cups_raster_t, void (*)(cups_raster_t*)> raster(cupsRasterOpen(fd, CUPS_RASTER_READ),
@@ -82,7 +78,7 @@ bool withinLimits(int fd)
 }
 
 // Captures are BMP files, with the width and height at byte 18.
-void checkCapture(const std::filesystem::path& file)
+static void checkCapture(const std::filesystem::path& file)
 {
     uint32_t side[2];
     std::ifstream bmp(file, std::ios::binary);
@@ -94,7 +90,7 @@ void checkCapture(const std::filesystem::path& file)
 }
 
 // Options as "Name=Value ..." from one byte each.
-std::string optionsOf(const uint8_t* bytes)
+static std::string optionsOf(const uint8_t* bytes)
 {
     std::string options;
     for (const auto& [name, values] : kOptions) {
@@ -106,29 +102,23 @@ std::string optionsOf(const uint8_t* bytes)
     return options;
 }
 
-std::string makeDirectory()
-{
-    std::string directory = std::filesystem::temp_directory_path() / "korvo-fuzz-XXXXXX";
-    return mkdtemp(directory.data()) != nullptr ? directory : throw std::runtime_error("cannot make " + directory);
-}
-
 // What all jobs share: the raster as an in-memory file, no status wait or
 // channels, the printer stream to /dev/null, a directory for captures and log.
 struct Shared {
     ~Shared() { std::filesystem::remove_all(scratch); }
 
     const int raster = memfd_create("raster", MFD_CLOEXEC);
-    const std::string scratch = makeDirectory();
+    const std::string scratch = [] {
+        std::string directory = std::filesystem::temp_directory_path() / "korvo-fuzz-XXXXXX";
+        return mkdtemp(directory.data()) != nullptr ? directory : throw std::runtime_error("cannot make " + directory);
+    }();
     const FilterEnvironment environment{.statusPollLimit = 0,
-                                        .statusPollInterval = std::chrono::milliseconds(0),
                                         .captureDirectory = scratch,
                                         .geometryLogPath = scratch + "/geometry.log",
                                         .backChannelFd = -1,
                                         .sideChannelFd = -1,
                                         .output = fopen("/dev/null", "w")};
 };
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -17,8 +17,6 @@
 #include "halv/halvDither.h"
 #include "halv/halvEnhance.h"
 
-namespace {
-
 constexpr size_t kHeaderBytes = 7;
 constexpr uint32_t kMaxSide = 64;
 constexpr size_t kMaxOps = 32;
@@ -29,7 +27,7 @@ const uint32_t kDepths[] = {1, 4, 8, 24, 32};
 
 // A value of any bit pattern from an operation's parameters.
 template <typename T>
-T at(const uint8_t* p, size_t offset)
+static T at(const uint8_t* p, size_t offset)
 {
     T value;
     std::memcpy(&value, p + offset, sizeof(T));
@@ -42,7 +40,7 @@ struct Images {
     HalvImage halv;
 };
 
-void keepIfBit0(const uint8_t* p, HalvImage& image, const HalvImage& result)
+static void keepIfBit0(const uint8_t* p, HalvImage& image, const HalvImage& result)
 {
     if ((p[0] & 1) != 0) {
         image = result;
@@ -155,8 +153,6 @@ const Op kOps[] = {
         }
     },
 };
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// fuzz_stream: the printer stream decoder on arbitrary bytes, as korvo-decode
-// uses it: parse, describe every packet, summarise, collect the pages and draw
-// each as laid out on the paper (a PNG, to /dev/null). Also checks that the
-// items account for the bytes they cover and that a page's dots are the set
-// bits of its rows.
+// fuzz_stream: the printer stream decoder on any bytes, as korvo-decode uses
+// it, each page drawn as a PNG to /dev/null. Aborts unless the items account
+// for the bytes they cover and a page's dots are the set bits of its rows.
 #include <bit>
 #include <cstdlib>
 #include <numeric>

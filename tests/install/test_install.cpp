@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "FilterProcess.h"
@@ -34,33 +35,24 @@ const Place kPlaces[] = {
     {KORVO_SYSTEMD_UNIT_DIR, "644", {}},
 };
 
-std::string modeOfFilesIn(const std::string& path)
-{
-    for (const Place& place : kPlaces) {
-        if (path.rfind(place.dir + "/", 0) == 0) {
-            return place.mode;
-        }
-    }
-    return "unexpected";
-}
-
 TEST(Install, StagingRootHoldsEveryFileWithItsModeAndPassesCupstestppd)
 {
     if (geteuid() != 0) {
         GTEST_SKIP() << "cupstestppd wants a root-owned filter; run as root (as CI does)";
     }
     TempDir stage;
-    const std::string root = stage.path();
+    const std::string& root = stage.path();
+    const std::string install = "DESTDIR=" + root + " " KORVO_CMAKE " --install " KORVO_BUILD_DIR " --prefix /usr";
     std::string output;
-    ASSERT_EQ(
-        runShell("DESTDIR=" + root + " " KORVO_CMAKE " --install " KORVO_BUILD_DIR " --prefix /usr 2>&1", &output), 0)
-        << output;
+    ASSERT_EQ(runShell(install + " 2>&1", &output), 0) << output;
     std::string listing;
     ASSERT_EQ(runShell("cd " + root + " && find . -mindepth 1 -printf '%u:%g %y %m /%P\\n'", &listing), 0);
     std::istringstream entries(listing);
     for (std::string owner, type, mode, path; entries >> owner >> type >> mode >> path;) {
-        const std::string expected = type == "d" ? "root:root d 755" : "root:root f " + modeOfFilesIn(path);
-        EXPECT_EQ(owner + " " + type + " " + mode, expected) << path;
+        const Place* place = std::find_if(std::begin(kPlaces), std::end(kPlaces),
+                                          [&](const Place& place) { return path.rfind(place.dir + "/", 0) == 0; });
+        const std::string fileMode = place != std::end(kPlaces) ? place->mode : "unexpected";
+        EXPECT_EQ(owner + " " + type + " " + mode, type == "d" ? "root:root d 755" : "root:root f " + fileMode) << path;
     }
     for (const Place& place : kPlaces) {
         for (const std::string& file : place.required) {
@@ -75,9 +67,9 @@ TEST(Install, StagingRootHoldsEveryFileWithItsModeAndPassesCupstestppd)
     EXPECT_EQ(countOf(report, ": PASS\n"), 4u) << report;
 }
 
-// Names in the capture directory. The rule deletes captures written more
-// than a day ago and nothing else: not newer captures, nor any other name
-// however old (sub is a directory, written after the file in it).
+// The rule deletes captures written more than a day ago and nothing else: not
+// newer captures, nor other names however old, each near a capture's in its
+// own way (sub is a directory, written after the file in it).
 const std::string kOldCaptures = "origin_2026-11-23_10_11_12_1.bmp dithered_2026-11-23_10_11_12_1.bmp";
 const std::string kNewCaptures = "origin_2026-11-23_10_11_12_2.bmp dithered_2026-11-23_10_11_12_2.bmp";
 const std::string kOldOthers = "c00042-001 .origin_1.bmp origin_1.bmp.part origin_1.BMP origin.bmp xorigin_1.bmp "
@@ -91,26 +83,22 @@ TEST(Install, TmpfilesRuleDeletesOnlyCapturesOlderThanADay)
     TempDir root;
     const std::string spool = root.file("spool");
     const std::string rule = root.file("rule.conf");
-    // Read a minute ago, written then or two days ago: only the writing
-    // counts.
+    // Read a minute ago, written then or two days ago: only the writing counts.
     ASSERT_EQ(runShell("mkdir -m 1770 " + spool + " && cd " + spool + " && mkdir sub && touch -d '1 minute ago' " +
                        kOldCaptures + " " + kNewCaptures + " " + kOldOthers + " && touch -m -d '2 days ago' " +
                        kOldCaptures + " " + kOldOthers),
               0);
+    const std::string configure = "sed 's#/var/spool/cups/tmp#" + spool + "#' " KORVO_TMPFILES_RULE " > " + rule;
     std::string output;
-    EXPECT_EQ(runShell("sed 's#/var/spool/cups/tmp#" + spool + "#' " KORVO_TMPFILES_RULE " > " + rule +
-                           " && systemd-tmpfiles --create --remove --clean " + rule + " 2>&1",
-                       &output),
-              0)
+    EXPECT_EQ(runShell(configure + " && systemd-tmpfiles --create --remove --clean " + rule + " 2>&1", &output), 0)
         << output;
     // The directory's mode, then the names left in it.
-    std::string expected = "1770\n";
+    const std::string names = kNewCaptures + " " + kOldOthers;
+    const std::string listing = "cd " + spool + " && find . -mindepth 1 -printf '%P\\n' | LC_ALL=C sort";
+    std::string expected;
     std::string left;
-    ASSERT_EQ(runShell("printf '%s\\n' " + kNewCaptures + " " + kOldOthers + " | LC_ALL=C sort", &expected), 0);
-    ASSERT_EQ(
-        runShell("stat -c %a " + spool + " && cd " + spool + " && find . -mindepth 1 -printf '%P\\n' | LC_ALL=C sort",
-                 &left),
-        0);
+    ASSERT_EQ(runShell("echo 1770 && printf '%s\\n' " + names + " | LC_ALL=C sort", &expected), 0);
+    ASSERT_EQ(runShell("stat -c %a " + spool + " && " + listing, &left), 0);
     EXPECT_EQ(left, expected);
 }
 

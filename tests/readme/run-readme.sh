@@ -1,16 +1,12 @@
 #!/bin/bash
 # SPDX-License-Identifier: Apache-2.0
-# Runs every sh block of README.md, in order, as a user would, in a scratch
-# copy of the source tree with a fresh build:
-#
-#   run-readme.sh SOURCE_DIR
-#
-# Blocks preceded by "<!-- readme-test: skip (REASON) -->" are not run. The
-# machine's CUPS is never touched: everything runs in a private mount
-# namespace where the installs go to a staging root (DESTDIR) whose PPD
-# tree is mounted over /usr/share/ppd and where /tmp and /var/spool/cups/tmp
-# are fresh file systems; queues are made on a private scheduler, and a printer's
-# usb: or socket: URI is replaced by the virtual printer's.
+# run-readme.sh SOURCE_DIR: runs every sh block of README.md, in order, as a
+# user would, in a scratch copy of the sources with a fresh build, except
+# blocks preceded by "<!-- readme-test: skip (REASON) -->". The machine's CUPS
+# is never touched: in a private mount namespace the installs go to a staging
+# root (DESTDIR) whose PPD tree is mounted over /usr/share/ppd, /tmp and
+# /var/spool/cups/tmp are fresh file systems, queues are made on a private
+# scheduler, and usb: or socket: URIs become the virtual printer's.
 set -euo pipefail
 
 source_dir=$(cd "${1:?usage: run-readme.sh SOURCE_DIR}" && pwd)
@@ -25,9 +21,7 @@ fi
 scratch=$(mktemp -d /var/tmp/korvo-readme-XXXXXX)
 chmod 0755 "$scratch"
 cupsd_dir=$scratch/cupsd
-# Everything below works on a copy of the sources: the checkout itself may
-# lie under /tmp, which a private file system covers from here on.
-src=$scratch/src
+src=$scratch/src  # the checkout may lie under /tmp, which gets covered below
 cleanup() {
     "$src/scripts/private-cupsd.sh" stop "$cupsd_dir" 2>/dev/null || true
     rm -rf "$scratch"
@@ -43,7 +37,7 @@ mount -t tmpfs -o mode=1777 korvo-readme /var/spool/cups/tmp
 mount -t tmpfs -o mode=1777 korvo-readme /tmp
 export DESTDIR=$scratch/staging
 
-# The blocks: block-N.sh, with block-N.skip holding the reason to skip.
+# block-N.sh, and block-N.skip holding the reason to skip it.
 awk -v dir="$scratch" '
     /^<!-- readme-test: skip/ { reason = $0; sub(/^<!-- readme-test: skip */, "", reason); sub(/ *-->.*$/, "", reason); next }
     /^```sh$/ { n++; file = dir "/block-" n ".sh"; printf "" > file; if (reason != "") print reason > (dir "/block-" n ".skip"); reason = ""; next }
@@ -52,17 +46,8 @@ awk -v dir="$scratch" '
     { reason = "" }
 ' "$src/README.md"
 
-start_spooler() {
-    [ -n "${CUPS_SERVER:-}" ] && return
-    CUPS_SERVER=$(KORVO_FILTER=$DESTDIR/usr/lib/cups/filter/rastertokorvoppli \
-        KORVO_BACKEND=$DESTDIR/usr/lib/cups/backend/korvo-virtual \
-        "$src/scripts/private-cupsd.sh" start "$cupsd_dir")
-    export CUPS_SERVER
-}
-
-ran=0
-skipped=0
-for block in $(ls "$scratch"/block-*.sh | sort -t- -k2 -n); do
+ran=0 skipped=0
+for block in $(ls -v "$scratch"/block-*.sh); do
     name=$(basename "$block" .sh)
     if [ -f "$scratch/$name.skip" ]; then
         echo "== $name skipped: $(cat "$scratch/$name.skip")"
@@ -70,14 +55,16 @@ for block in $(ls "$scratch"/block-*.sh | sort -t- -k2 -n); do
         continue
     fi
     sed -i -E "s#(usb|socket)://[^ ]*#korvo-virtual:$scratch/printers#g" "$block"
-    if grep -qE '\b(lpadmin|lp|lpstat|cancel)\b' "$block"; then
-        start_spooler
+    if [ -z "${CUPS_SERVER:-}" ] && grep -qE '\b(lpadmin|lp|lpstat|cancel)\b' "$block"; then
+        CUPS_SERVER=$(KORVO_FILTER=$DESTDIR/usr/lib/cups/filter/rastertokorvoppli \
+            KORVO_BACKEND=$DESTDIR/usr/lib/cups/backend/korvo-virtual \
+            "$src/scripts/private-cupsd.sh" start "$cupsd_dir")
+        export CUPS_SERVER
     fi
     echo "== $name"
     sed 's/^/   /' "$block"
-    # In a session of its own, so that whatever the block left running (a
-    # server it started in the background and did not stop because a
-    # command failed) ends with it.
+    # In a session of its own, so that whatever it left running (say a server
+    # it did not stop as a command failed) ends with it.
     (cd "$src" && exec setsid bash -euo pipefail "$block") &
     block_pid=$!
     status=0
@@ -86,9 +73,8 @@ for block in $(ls "$scratch"/block-*.sh | sort -t- -k2 -n); do
     [ "$status" = 0 ] || exit "$status"
     ran=$((ran + 1))
 done
-# Every job the README's queues took has printed.
-if [ -n "${CUPS_SERVER:-}" ]; then
+if [ -n "${CUPS_SERVER:-}" ]; then  # every job the queues took has printed
     grep -q "Job completed." "$cupsd_dir/log/error_log"
-    ! grep -E "Job stopped|aborted" "$cupsd_dir/log/error_log"
+    ! grep -E "Job stopped|aborted" "$cupsd_dir/log/error_log" || exit 1
 fi
 echo "README: $ran blocks run, $skipped skipped"
