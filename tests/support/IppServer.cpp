@@ -15,16 +15,12 @@
 
 namespace korvotest {
 
-namespace {
-
-http_t* connect(const std::string& address)
+static http_t* connect(const std::string& address)
 {
     const size_t colon = address.rfind(':');
     return httpConnect2(address.substr(0, colon).c_str(), atoi(address.c_str() + colon + 1), nullptr, AF_UNSPEC,
                         HTTP_ENCRYPTION_NEVER, 1, 5000, nullptr);
 }
-
-}  // namespace
 
 bool eventually(double seconds, const std::function<bool()>& done)
 {
@@ -48,12 +44,11 @@ void IppServer::start(const std::string& commandLine, const std::string& message
         execl("/bin/sh", "sh", "-c", ("exec " + commandLine).c_str(), nullptr);
         _exit(127);
     }
-    const bool listening = eventually(5, [this] {
-        http_t* http = connect(address_);
-        httpClose(http);
-        return http != nullptr;
-    });
-    if (!listening) {
+    if (!eventually(5, [this] {
+            http_t* http = connect(address_);
+            httpClose(http);
+            return http != nullptr;
+        })) {
         throw std::runtime_error("the server at " + address_ + " did not start");
     }
 }
@@ -62,9 +57,8 @@ IppServer::~IppServer()
 {
     int status = 0;
     if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_) {
-        const std::string text = readText(messages_);
-        fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n%s\n", status,
-                text.substr(text.size() > 4000 ? text.size() - 4000 : 0).c_str());
+        fprintf(stderr, "The server ended before the test (status 0x%x); its last messages:\n", status);
+        runShell("tail -c 4000 '" + messages_ + "' >&2");
     } else if (pid_ > 0) {
         kill(pid_, SIGTERM);
         // PAPPL finishes its jobs before it stops; a test does not wait for that.
@@ -77,15 +71,14 @@ IppServer::~IppServer()
 
 std::string IppServer::attribute(const std::string& printer, int job, const char* name) const
 {
+    http_t* http = connect(address_);
+    if (http == nullptr) {  // cupsDoRequest would ask the default server instead
+        return "";
+    }
     ipp_t* request = ippNewRequest(job != 0 ? IPP_OP_GET_JOB_ATTRIBUTES : IPP_OP_GET_PRINTER_ATTRIBUTES);
     ippAddString(request, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, printerUri(printer).c_str());
     if (job != 0) {
         ippAddInteger(request, IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", job);
-    }
-    http_t* http = connect(address_);
-    if (http == nullptr) {  // cupsDoRequest would ask the default server instead
-        ippDelete(request);
-        return "";
     }
     ipp_t* response = cupsDoRequest(http, request, (printers_ + printer).c_str());
     httpClose(http);
@@ -112,8 +105,7 @@ bool IppServer::hasReason(const std::string& printer, const std::string& reason,
 
 PrivateCupsd::PrivateCupsd() : IppServer("/printers/")
 {
-    // The test program keeps its captures in the scheduler's tmp, which the
-    // filter's user lp may write to, rather than in the system's spool.
+    // The test program keeps its captures in the scheduler's tmp, not the system's spool.
     const std::string filter = path("filter");
     writeFile(filter, "#!/bin/sh\nexec '" KORVO_TEST_FILTER_BIN "' --capture-dir='" + path("tmp") +
                           "' --geometry-log='" + path("tmp/geometry.log") + "' \"$@\"\n");

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// IPP servers started for a test, in the foreground with their files in a
-// temporary directory, stopped when the object goes and killed with the test
-// process if that dies first: a private CUPS scheduler (printers under
-// /printers/) or korvo-printer-app (under /ipp/print/, tests/printer-app).
+// IPP servers run for a test with their files in a temporary directory,
+// stopped when the object goes or the test process dies.
 #pragma once
 
 #include <cups/cups.h>
@@ -16,31 +14,26 @@
 
 namespace korvotest {
 
-// True once done() is, asked every 50 ms for up to the given seconds (at
-// least once).
+// True once done() is, asked every 50 ms (at least once) for the seconds.
 bool eventually(double seconds, const std::function<bool()>& done);
 
 class IppServer {
 public:
-    // printers: the path the printers' names follow.
-    explicit IppServer(std::string printers) : printers_(std::move(printers)) {}
+    explicit IppServer(std::string printers) : printers_(std::move(printers)) {}  // the path before a name
     ~IppServer();  // shows the last messages of a server that ended early
-    IppServer(const IppServer&) = delete;
-    IppServer& operator=(const IppServer&) = delete;
 
     std::string printerUri(const std::string& printer) const { return "ipp://" + address_ + printers_ + printer; }
     // An attribute of the job, or of the printer when job is 0, as
     // ippAttributeString gives it; empty when there is none.
     std::string attribute(const std::string& printer, int job, const char* name) const;
-    // The job's state once it has ended or stopped, or after the given seconds.
+    // The job's state once it has ended or stopped, or after the seconds.
     ipp_jstate_t waitForJob(const std::string& printer, int job, double seconds) const;
-    // Whether the printer's state reasons hold the reason within the given seconds.
+    // Whether printer-state-reasons holds the reason within the seconds.
     bool hasReason(const std::string& printer, const std::string& reason, double seconds = 0) const;
 
 protected:
-    // Runs the shell command line in a child that gets SIGTERM when this
-    // process ends, and waits until address_ listens (or throws). The
-    // server's messages go to the file `messages`.
+    // Runs the command line in a child that gets SIGTERM when this process
+    // ends; waits until address_ listens (or throws). messages: its log file.
     void start(const std::string& commandLine, const std::string& messages);
 
     TempDir dir_;
@@ -52,9 +45,8 @@ private:
     int pid_ = -1;
 };
 
-// The private scheduler (scripts/private-cupsd.sh) on 127.0.0.1, with the
-// built virtual printer and the test program as the filter. It is the
-// server of this process's CUPS clients (CUPS_SERVER) from then on.
+// The private scheduler of scripts/private-cupsd.sh, with the built backend
+// and the test program as the filter; from then on this process's CUPS server.
 class PrivateCupsd : public IppServer {
 public:
     PrivateCupsd();
@@ -65,9 +57,8 @@ public:
     int submit(const std::string& queue, const std::string& file, const std::string& options) const;
 };
 
-// A suite sharing one server, started and prepared by setUp (which says
-// what failed, or nothing) before the first test and stopped after the
-// last. Google Test would skip the tests after a failure there: each fails.
+// A suite sharing one server, prepared by setUp (which says what failed, or
+// nothing); should that fail, each test fails rather than being skipped.
 template <typename Server, std::string (*setUp)(Server&)>
 class ServerSuite : public ::testing::Test {
 protected:
