@@ -52,9 +52,10 @@ public:
     {
         const std::string device =
             "korvo-virtual://" + writable("virtual-" + printer) + (script.empty() ? "" : "?status=" + script);
-        return run("add -u ipp://" + address_ + "/ipp/system -d " + printer + " -m " + driver + " -v '" + device +
-                   "'") == 0;
+        return run("add -u " + systemUri() + " -d " + printer + " -m " + driver + " -v '" + device + "'") == 0;
     }
+
+    std::string systemUri() const { return "ipp://" + address_ + "/ipp/system"; }
 
     // The job id, or 0 (an error message).
     int submit(const std::string& printer, const std::string& file, const std::string& options = "") const
@@ -154,6 +155,10 @@ std::string addPrinters(AppServer& server)
         if (!server.addPrinter(printer.name, printer.driver)) {
             return std::string("adding ") + printer.name + " failed";
         }
+    }
+    // PAPPL's own schemes stay beside the virtual one.
+    if (server.run("add -u " + server.systemUri() + " -d network -m korvo_r27_203 -v socket://127.0.0.1:9") != 0) {
+        return "adding a socket printer failed";
     }
     return "";
 }
