@@ -41,9 +41,10 @@ fi
 cmake --build "$build" -j "${KORVO_FUZZ_BUILD_JOBS:-1}" --target "${targets[@]}"
 
 # libcups allocates a buffer of a page's bytes per line when it reads a
-# header, before anyone can check it; allocations over 2 GiB fail (as they may
-# on a printer server) instead of ending the run.
-export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=2048${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
+# header, before anyone can check it; allocations of 2 GiB and more fail (as
+# they may on a printer server) instead of reaching libFuzzer's limit of a
+# single allocation, -rss_limit_mb, which ends the run.
+export ASAN_OPTIONS="allocator_may_return_null=1:max_allocation_size_mb=2047${ASAN_OPTIONS:+:$ASAN_OPTIONS}"
 
 failed=()
 for target in "${targets[@]}"; do
@@ -51,6 +52,8 @@ for target in "${targets[@]}"; do
     rm -rf "$work"
     mkdir -p "$work/corpus" "$work/artifacts"
     cp "$root/tests/fuzz/corpus/$target/"* "$work/corpus/"
+    # The regression inputs too: they run first, under the fuzzer's own limits.
+    cp "$root/tests/fuzz/regressions/$target/"* "$work/corpus/" 2>/dev/null || true
     echo "== $target: ${seconds}s, corpus copy and reproducers in $work"
     # The whole log goes to the file; the terminal gets all but the lines of
     # each new or reduced input and the warnings of failed allocations.
