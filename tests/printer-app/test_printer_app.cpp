@@ -240,12 +240,15 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
 std::string everywhereTest(const TempDir& dir)
 {
     const std::string copy = dir.file("ipptool");
-    runShell("mkdir '" + copy + "' && cp " KORVO_IPPTOOL_DIR "/*.test '" + copy + "' && cd '" + copy +
-             "' && touch document-a4.pdf document-letter.pdf document-a4.ps document-letter.ps && for f in $(grep -o "
-             "'pwg-raster-samples-[^ ]*' ipp-everywhere.test); do mkdir -p ${f%/*} && touch $f; done && for f in "
-             "pwg-raster-samples-*/*/*sgray-8-*; do r=${f##*-}; gs -q -dSAFER -sDEVICE=pwgraster -dcupsColorSpace=18 "
-             "-r${r%dpi.pwg} -dDEVICEWIDTHPOINTS=36 -dDEVICEHEIGHTPOINTS=36 -o $f -c '0.4 setgray 4 4 28 28 rectfill "
-             "showpage' 2>/dev/null; done");
+    runShell("mkdir '" + copy + "' && cp " KORVO_IPPTOOL_DIR "/*.test '" + copy + "' && cd '" + copy + "' && " +
+             R"sh(
+        touch document-a4.pdf document-letter.pdf document-a4.ps document-letter.ps
+        for f in $(grep -o 'pwg-raster-samples-[^ ]*' ipp-everywhere.test); do mkdir -p ${f%/*} && touch $f; done
+        for f in pwg-raster-samples-*/*/*sgray-8-*; do
+            r=${f##*-}
+            gs -q -dSAFER -sDEVICE=pwgraster -dcupsColorSpace=18 -r${r%dpi.pwg} -dDEVICEWIDTHPOINTS=36 \
+                -dDEVICEHEIGHTPOINTS=36 -o $f -c '0.4 setgray 4 4 28 28 rectfill showpage' 2>/dev/null
+        done)sh");
     picture("jpeg", copy + "/color.jpg", "1 0 0 setrgbcolor 20 20 150 80 rectfill");
     picture("jpeggray", copy + "/gray.jpg", "0.5 setgray 20 20 150 80 rectfill");
     return copy + "/ipp-everywhere.test";
