@@ -8,6 +8,7 @@
 #   private-cupsd.sh start DIR   setup, start cupsd in the background, wait until
 #                                it answers, print the server
 #   private-cupsd.sh stop DIR    stop the cupsd started in DIR and wait for it
+#   private-cupsd.sh port        print a free port of 127.0.0.1 (for other servers)
 #
 # The programs of the system's CUPS are linked into DIR/serverbin, plus the
 # filter and backend named by KORVO_FILTER and KORVO_BACKEND (defaults: the
@@ -15,8 +16,9 @@
 # lp, so DIR and the programs must be reachable by lp.
 set -euo pipefail
 
-command=${1:?usage: private-cupsd.sh setup|start|stop DIR}
-dir=${2:?usage: private-cupsd.sh setup|start|stop DIR}
+usage="usage: private-cupsd.sh setup|start|stop DIR, or private-cupsd.sh port"
+command=${1:?$usage}
+[ "$command" = port ] || dir=${2:?$usage}
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=${KORVO_BUILD:-$root/build}
 filter=${KORVO_FILTER:-$build/rastertokorvoppli/rastertokorvoppli}
@@ -104,5 +106,6 @@ case $command in
 setup) setup && cat "$dir/server" ;;
 start) start && cat "$dir/server" ;;
 stop) stop ;;
-*) echo "usage: private-cupsd.sh setup|start|stop DIR" >&2 && exit 2 ;;
+port) free_port ;;
+*) echo "$usage" >&2 && exit 2 ;;
 esac

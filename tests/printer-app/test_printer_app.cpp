@@ -25,10 +25,9 @@ class AppServer : public IppServer {
 public:
     AppServer() : IppServer("/ipp/print/")
     {
-        std::string port;  // a free one, found as scripts/private-cupsd.sh finds its own
-        runShell("python3 -c 'import socket; s = socket.socket(); s.bind((\"127.0.0.1\", 0)); "
-                 "print(s.getsockname()[1], end=\"\")'",
-                 &port);
+        std::string port;
+        runShell("'" KORVO_SOURCE_DIR "/scripts/private-cupsd.sh' port", &port);
+        port.erase(port.find_last_not_of('\n') + 1);
         address_ = "localhost:" + port;
         chmod(dir_.path().c_str(), 0755);
         const std::string home = writable("home");

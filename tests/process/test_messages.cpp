@@ -305,9 +305,10 @@ TEST(Messages, PageLoopStatusWaitAndHostileInput)
         const FilterResult result = print(job);
         EXPECT_EQ(std::make_pair(result.exitStatus, result.pages().size()), c.statusAndPages);
         EXPECT_EQ(printer.polls(), c.answers.empty() ? 0 : c.polls);
-        EXPECT_EQ(countOf(result.words(), "QUERY"), size_t(c.polls));
+        const std::string words = result.words();
+        EXPECT_EQ(countOf(words, "QUERY"), size_t(c.polls));
         if (c.words) {
-            EXPECT_EQ(result.words(), *c.words);
+            EXPECT_EQ(words, *c.words);
         }
         EXPECT_TRUE(inOrder(result.err, c.lines)) << result.err;
         for (const auto& [text, count] : c.counts) {
