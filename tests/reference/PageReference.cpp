@@ -150,7 +150,7 @@ Image dither(Image& source, long method)
     return out;
 }
 
-Image tattooHalftone(Image& source, bool q6, int* threshold)
+Image tattooHalftone(Image& source, bool q6)
 {
     tattoo::Plane plane(static_cast<int>(source.width), static_cast<int>(source.height));
     for (uint32_t y = 0; y < source.height; ++y) {
@@ -158,12 +158,11 @@ Image tattooHalftone(Image& source, bool q6, int* threshold)
             plane.px.at(static_cast<size_t>(y) * source.width + x) = source.at(x, y);
         }
     }
-    const tattoo::Halftoned halftoned = tattoo::halftone(plane, q6);
-    *threshold = halftoned.threshold;
+    const tattoo::Plane halftoned = tattoo::halftone(plane, q6);
     Image out(source.width, source.height, true);
     for (uint32_t y = 0; y < source.height; ++y) {
         for (uint32_t x = 0; x < source.width; ++x) {
-            out.at(x, y) = halftoned.image.px.at(static_cast<size_t>(y) * source.width + x);
+            out.at(x, y) = halftoned.px.at(static_cast<size_t>(y) * source.width + x);
         }
     }
     return out;
@@ -206,8 +205,8 @@ void fill(Image& image, long left, long top, long width, long height)
     }
 }
 
-// The anti-wrinkle frame; true when the image was enlarged.
-bool frame(Image& image, int level, uint32_t resolution, const std::string& name)
+// The anti-wrinkle frame.
+void frame(Image& image, int level, uint32_t resolution, const std::string& name)
 {
     const uint32_t lineH = dots(resolution, 100);
     const uint32_t lineV = ((uint32_t(level) * 100u * resolution) / 254 + 5) / 10;
@@ -230,7 +229,7 @@ bool frame(Image& image, int level, uint32_t resolution, const std::string& name
     const int32_t ex = int32_t(image.width) < canvasW ? (canvasW - int32_t(image.width)) / 2 : 0;
     const int32_t ey = int32_t(image.height) < canvasH ? (canvasH - int32_t(image.height)) / 2 : 0;
     if ((ex != 0 || ey != 0) && !expand(image, uint32_t(ex), uint32_t(ey))) {
-        return false;
+        return;
     }
     const long offX = int32_t(image.width) > canvasW ? (int32_t(image.width) - canvasW) / 2 : 0;
     const long offY = int32_t(image.height) > canvasH ? (int32_t(image.height) - canvasH) / 2 : 0;
@@ -240,7 +239,6 @@ bool frame(Image& image, int level, uint32_t resolution, const std::string& name
     fill(image, offX, offY, canvasW, h);
     fill(image, offX + canvasW - v, offY, v, canvasH);
     fill(image, offX, offY + canvasH - h, canvasW, h);
-    return ex != 0 || ey != 0;
 }
 
 // Every byte of a row, padding included, packs to one dot: non-zero prints.
@@ -268,22 +266,8 @@ Printed print(Image& image, uint32_t resolution)
 
 }  // namespace
 
-std::vector<uint8_t> ditherIndices(const PageInput& page, long method)
+Printed processPage(const PageInput& page, const JobSettings& settings)
 {
-    Image source = load(page);
-    Image indices = dither(source, method);
-    std::vector<uint8_t> rows;
-    for (uint32_t y = 0; y < page.height; ++y) {
-        for (uint32_t x = 0; x < page.width; ++x) {
-            rows.push_back(indices.at(x, y));
-        }
-    }
-    return rows;
-}
-
-ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
-{
-    ProcessedPage result;
     Image image = load(page);
     if (settings.brightness != 0 || settings.contrast != 0) {
         light(image, settings.brightness * 5, settings.contrast * 2);
@@ -298,7 +282,7 @@ ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
         if (page.bytesPerLine != page.width) {
             throw std::logic_error("model: the tattoo path reads rows width bytes apart");
         }
-        image = tattooHalftone(image, settings.halftoneType == 9, &result.tattooThreshold);
+        image = tattooHalftone(image, settings.halftoneType == 9);
     } else {
         image = dither(image, settings.halftoneType);
     }
@@ -308,10 +292,9 @@ ProcessedPage processPage(const PageInput& page, const JobSettings& settings)
         }
     }
     if (settings.antiWrinkle != 0) {
-        result.expanded = frame(image, settings.antiWrinkle, page.resolution, page.pageSizeName);
+        frame(image, settings.antiWrinkle, page.resolution, page.pageSizeName);
     }
-    result.printed = print(image, page.resolution);
-    return result;
+    return print(image, page.resolution);
 }
 
 }  // namespace pageref

@@ -44,17 +44,6 @@ struct Printed {
     bool dot(size_t x, size_t y) const { return (packed.at(y * rowBytes + x / 8) >> (7 - x % 8)) & 1; }
 };
 
-struct ProcessedPage {
-    Printed printed;
-    bool expanded = false;    // the frame enlarged the image
-    int tattooThreshold = 0;  // the moment threshold; tattoo types only
-};
-
-ProcessedPage processPage(const PageInput& page, const JobSettings& settings);
-
-// The palette index (0 black, 1 white) a dither method gives every pixel of
-// the page, rows of width bytes; methods other than 0 to 7 diffuse as
-// Floyd-Steinberg.
-std::vector<uint8_t> ditherIndices(const PageInput& page, long method);
+Printed processPage(const PageInput& page, const JobSettings& settings);
 
 }  // namespace pageref

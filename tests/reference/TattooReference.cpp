@@ -238,17 +238,15 @@ Plane errorDiffusion(const Plane& s, int threshold)
     return out;
 }
 
-Halftoned halftone(const Plane& source, bool q6)
+Plane halftone(const Plane& source, bool q6)
 {
-    Halftoned result{0, source};
     if (source.width * source.height <= 0) {
-        return result;
+        return source;
     }
     Plane gray = source;  // the gray conversion of a gray image is a copy
-    result.threshold = momentThreshold(gray);
-    piecewiseGamma(gray, q6 ? result.threshold : 64, q6 ? 0.5f : 0.85f, q6 ? 1.5f : 0.7f);
-    result.image = errorDiffusion(unsharpMask(gray, 300.0f, 11), result.threshold);
-    return result;
+    const int threshold = momentThreshold(gray);
+    piecewiseGamma(gray, q6 ? threshold : 64, q6 ? 0.5f : 0.85f, q6 ? 1.5f : 0.7f);
+    return errorDiffusion(unsharpMask(gray, 300.0f, 11), threshold);
 }
 
 }  // namespace pageref::tattoo

@@ -32,11 +32,7 @@ Plane addWeighted(const Plane& a, const Plane& b, float weight);
 Plane unsharpMask(const Plane& source, float amountPercent, int size);
 Plane errorDiffusion(const Plane& source, int threshold);
 
-// One page halftoned as "Tattoo" or (q6) "Tattoo_Q6", with its threshold.
-struct Halftoned {
-    int threshold;
-    Plane image;
-};
-Halftoned halftone(const Plane& source, bool q6);
+// One page halftoned as "Tattoo" or (q6) "Tattoo_Q6".
+Plane halftone(const Plane& source, bool q6);
 
 }  // namespace pageref::tattoo
