@@ -47,10 +47,14 @@ const char* paperType(pappl_media_tracking_t tracking)
     return tracking == PAPPL_MEDIA_TRACKING_MARK ? "LabelMark" : "Continuous";
 }
 
+// A name that is none of the types gives the model's default, as an unknown
+// PPD choice does in the filter: PAPPL takes any keyword as a default.
 DitherType halftoneType(const KorvoDriver& driver, const pappl_pr_options_t& options)
 {
     const char* name = vendorValue(options, kHalftoneType);
-    return name != nullptr ? korvoHalftoneTypeFromStr(name) : driver.model->defaultHalftone;
+    const DitherType type = korvoHalftoneTypeFromStr(name);
+    const bool known = name != nullptr && strcmp(korvoHalftoneTypeToStr(type), name) == 0;
+    return known ? type : driver.model->defaultHalftone;
 }
 
 void applyMedia(const pappl_pr_options_t& options, Settings& settings)

@@ -123,7 +123,8 @@ const Printer kPrinters[] = {
 
 // A job's settings as IPP attributes and as the filter's PPD options (with
 // PostAction=TearOff, the application's label mode); the printer "defaults"
-// has the settings of its row as its defaults.
+// has the settings of its row as its defaults. An unknown halftone type
+// prints the model's default, as an unknown PPD choice does.
 struct JobRow {
     Printer printer;
     const char *ipp, *ppd;
@@ -143,6 +144,7 @@ const JobRow kJobRows[] = {
     {kPrinters[5], "-o korvo-halftone-type=JarvisJudiceNinke -o print-darkness=-100",
      "HalftoneType=JarvisJudiceNinke Darkness=Light"},
     {kPrinters[1], "-o korvo-halftone-type=Sierra", "HalftoneType=Sierra"},
+    {kPrinters[5], "-o korvo-halftone-type=Bogus", ""},
     {{"defaults", "korvo_k5_300", "korvk5.ppd", 300},
      "",
      "HalftoneType=StevensonArce AntiWrinkle=1 PostAction=Cut Occurrence=AfterJob"},
