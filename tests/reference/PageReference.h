@@ -40,8 +40,6 @@ struct Printed {
     size_t rowBytes = 0;
     size_t rows = 0;
     std::vector<uint8_t> packed;  // rows * rowBytes, first dot in the high bit
-
-    bool dot(size_t x, size_t y) const { return (packed.at(y * rowBytes + x / 8) >> (7 - x % 8)) & 1; }
 };
 
 Printed processPage(const PageInput& page, const JobSettings& settings);
