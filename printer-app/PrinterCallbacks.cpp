@@ -14,10 +14,17 @@
 
 namespace {
 
-// The printer's device, opened when no job holds it; closed with the object.
+// The printer's device, opened when the printer has no job at all; closed
+// with the object. PAPPL 1.3 starts a job afresh each time it looks for work
+// before the job's own thread has taken it, and closing the device looks for
+// work: a poll between a job's release and its start would print it twice.
 class IdleDevice {
 public:
-    explicit IdleDevice(pappl_printer_t* printer) : printer_(printer), device_(papplPrinterOpenDevice(printer)) {}
+    explicit IdleDevice(pappl_printer_t* printer)
+        : printer_(printer),
+          device_(papplPrinterGetNumberOfActiveJobs(printer) == 0 ? papplPrinterOpenDevice(printer) : nullptr)
+    {
+    }
     ~IdleDevice()
     {
         if (device_ != nullptr) {

@@ -235,6 +235,22 @@ TEST_F(PrinterApp, PaperOutShowsWhileItLastsAndACancelledWaitEndsPromptly)
     waiting.wait();
 }
 
+// A printer with a job waiting is not polled as if idle: PAPPL 1.3 would
+// start a released job once more when such a poll ends. The script's
+// "paperout" shows whether a poll came while the job was held.
+TEST_F(PrinterApp, HeldJobIsNotPolledAsIdle)
+{
+    ASSERT_TRUE(picture("jpeggray", dir.file("held.jpg"), "0 setgray 10 10 50 50 rectfill"));
+    ASSERT_TRUE(server->addPrinter("held", "korvo_r27_203", "ready,paperout"));
+    const auto nextPoll = std::chrono::milliseconds(2100);  // PAPPL polls when 2 s have passed
+    std::this_thread::sleep_for(nextPoll);
+    ASSERT_FALSE(server->hasReason("held", "media-empty"));
+    const int job = server->submit("held", dir.file("held.jpg"), "-o job-hold-until=indefinite");
+    std::this_thread::sleep_for(nextPoll);
+    EXPECT_FALSE(server->hasReason("held", "media-empty"));
+    EXPECT_EQ(server->run("cancel -u " + server->printerUri("held") + " -j " + std::to_string(job)), 0);
+}
+
 // ipptool's IPP Everywhere test beside the documents it names, which it
 // wants readable: of those only the JPEGs and the gray PWG raster pages of
 // the printer's resolution are sent, the others stay empty files.
