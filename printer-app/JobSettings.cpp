@@ -51,10 +51,7 @@ const char* paperType(pappl_media_tracking_t tracking)
 // PPD choice does in the filter: PAPPL takes any keyword as a default.
 DitherType halftoneType(const KorvoDriver& driver, const pappl_pr_options_t& options)
 {
-    const char* name = vendorValue(options, kHalftoneType);
-    const DitherType type = korvoHalftoneTypeFromStr(name);
-    const bool known = name != nullptr && strcmp(korvoHalftoneTypeToStr(type), name) == 0;
-    return known ? type : driver.model->defaultHalftone;
+    return korvoHalftoneTypeFromStr(vendorValue(options, kHalftoneType), driver.model->defaultHalftone);
 }
 
 void applyMedia(const pappl_pr_options_t& options, Settings& settings)

@@ -20,15 +20,15 @@ const char* korvoHalftoneTypeToStr(DitherType type)
     return kTypeNames[value];
 }
 
-DitherType korvoHalftoneTypeFromStr(const char* name)
+DitherType korvoHalftoneTypeFromStr(const char* name, DitherType unknown)
 {
     if (name == nullptr) {
-        return DITHER_NONE;
+        return unknown;
     }
     for (int32_t i = 0; i < kTypeCount; ++i) {
         if (strcmp(name, kTypeNames[i]) == 0) {
             return static_cast<DitherType>(i);
         }
     }
-    return DITHER_NONE;
+    return unknown;
 }

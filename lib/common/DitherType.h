@@ -19,5 +19,6 @@ enum DitherType : int32_t {
 
 // The type's name; values outside 0..9 give "None".
 const char* korvoHalftoneTypeToStr(DitherType type);
-// The type whose name matches exactly (case-sensitive); unknown names give None.
-DitherType korvoHalftoneTypeFromStr(const char* name);
+// The type whose name matches exactly (case-sensitive); other names, and
+// none, give unknown.
+DitherType korvoHalftoneTypeFromStr(const char* name, DitherType unknown = DITHER_NONE);
